@@ -1,0 +1,440 @@
+// QosSnmp::SnmpTable<Desc>: the net-snmp side of one MIB table, written once for all tables.
+//
+// Desc is a declarative table description (SnmpTableDesc.h). The mechanism registers the table
+// with net-snmp's sorted table iterator and serialize handler, walks the model's ordered table
+// for the iterator, and answers GET for the row the iterator chose:
+//
+//  - getFirstDataPoint receives the request's parsed index (netsnmp_table_request_info) in the
+//    loop-context slot as a hint. A hint naming an existing row starts the walk at that row in
+//    one descent of the tree; any other hint starts at the first row (the iterator itself
+//    compares each returned index with the request, so this is only ever a shortcut).
+//  - The loop context (TableContext) holds a counted reference to the current row and the
+//    table's version; while the version is unchanged getNextDataPoint steps to the in-order
+//    successor, otherwise it searches for the first row after the current one, so a walk
+//    neither repeats nor skips rows that exist throughout it.
+//  - Each iterator event is counted in the table's Snmp::TableCounters (types 0-5).
+//  - The handler encodes the requested column from the row's accessor; a failed conversion or
+//    an over-long string fails the request with genErr, an unknown column answers
+//    noSuchObject, and any other mode than GET answers notWritable.
+//
+// The named per-table callbacks (<table>_get_first_data_point, ...) are thin functions declared
+// by QOSSNMP_TABLE_CALLBACKS that forward here. Everything runs on the agent's thread.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include <fmt/format.h>
+#include <net-snmp/net-snmp-config.h>
+#include <net-snmp/net-snmp-includes.h>
+#include <net-snmp/agent/net-snmp-agent-includes.h>
+
+#include "Mox/Singleton.h"
+#include "Quill/Assert.h"
+#include "Quill/Exception.h"
+#include "Quill/Ptr.h"
+#include "Snmp/CordbUtil.h"
+#include "Snmp/RegVoidCollByContext.h"
+#include "SnmpModule.h"
+#include "SnmpTableDesc.h"
+#include "Trace.h"
+
+namespace QosSnmp {
+
+// Loop context and data context of a table's iterator callbacks.
+template <typename Desc>
+struct TableContext {
+  using Map = std::remove_cvref_t<decltype(Desc::table(std::declval<const typename Desc::Entity&>()))>;
+  const Map* table = nullptr;
+  Quill::Ptr<typename Desc::Entry> current;
+  U32 version = 0;
+};
+
+// The named callbacks of a table, as registered with net-snmp.
+struct TableCallbacks {
+  Netsnmp_First_Data_Point* getFirst;
+  Netsnmp_Next_Data_Point* getNext;
+  Netsnmp_Make_Data_Context* makeDataContext;
+  Netsnmp_Free_Data_Context* freeDataContext;
+  Netsnmp_Free_Loop_Context* freeLoopContextAtEnd;
+  Netsnmp_Node_Handler* handler;
+};
+
+// Iterator event counters.
+enum IterEvent : U32 {
+  iterHintMissed = 0,       // get_first: no row has the hint's key
+  iterHintMatched = 1,      // get_first: the walk starts at the hinted row
+  iterWalkFromFirst = 2,    // get_first: the walk starts at the first row
+  iterNextWithoutRow = 3,   // get_next: no loop context, or one already at the end
+  iterNextPastLast = 4,     // get_next: stepped past the last row
+  iterNextToRow = 5,        // get_next: stepped to a further row
+};
+
+template <typename Desc>
+class SnmpTable {
+ public:
+  using Entity = typename Desc::Entity;
+  using Entry = typename Desc::Entry;
+  using Context = TableContext<Desc>;
+  using Map = typename Context::Map;
+  using Index = typename Entry::IndexType;
+  static constexpr size_t bufferSize = 1024;
+  static constexpr size_t indexCount = Desc::indexes.size();
+
+  // Registers the table for `context` (default context only) in `module`.
+  static void initialize(SnmpModule& module, const TableCallbacks& cb, const Quill::String& context) {
+    std::vector<oid> tableOid = module.tableOid(Desc::arc);
+    if (snmpTrace().enabled(1)) {
+      char text[200];
+      snprint_objid(text, sizeof text, tableOid.data(), tableOid.size());
+      QTRACE(snmpTrace(), 1, "initialize_table_{} initializing oid {} in context \"{}\"", Desc::name,
+             text, context);
+    }
+    Quill::String regName = Quill::String(Desc::name) + "_" + context;
+    netsnmp_handler_registration* reg = netsnmp_create_handler_registration(
+        regName.c_str(), cb.handler, tableOid.data(), tableOid.size(), HANDLER_CAN_GETANDGETNEXT);
+    if (!context.empty()) {
+      netsnmp_handler_registration_free(reg);
+      QTRACE(snmpTrace(), 2,
+             "initialize_table_{} in context \"{}\" cordbPathWithContext not specified ",
+             Desc::name, context);
+      return;
+    }
+    module.registrationAdd(context, reg);
+
+    auto e = Snmp::CordbUtil::getEntityRelative(Desc::modelPath);
+    if (!e) {
+      std::fprintf(stderr, "Can not getEntityRelative( %s ) for table %s. Is this path correct?\n",
+                   Desc::modelPath, Desc::name);
+      std::fflush(stderr);
+    }
+    QUILL_ASSERT(e);
+    auto* ptr = dynamic_cast<Entity*>(e.get());
+    if (!ptr) {
+      std::fprintf(stderr, "%s does not appear to be of type %s.\n", Desc::modelPath,
+                   Desc::entityType);
+    }
+    QUILL_ASSERT(ptr);
+    auto coll = Mox::singletonIs<Snmp::RegVoidCollByContext>();
+    reg->my_reg_void = coll->addRegVoid(context, Desc::name, ptr);
+
+    auto* colInfo = static_cast<netsnmp_column_info*>(std::calloc(1, sizeof(netsnmp_column_info)));
+    colInfo->isRange = 0;
+    colInfo->list_count = static_cast<char>(Desc::columns.size());
+    colInfo->details.list = const_cast<unsigned int*>(columnNumbers().data());
+    colInfo->next = nullptr;
+
+    auto* tinfo = static_cast<netsnmp_table_registration_info*>(
+        std::calloc(1, sizeof(netsnmp_table_registration_info)));
+    for (const auto& component : Desc::indexes) {
+      if (!snmp_varlist_add_variable(&tinfo->indexes, nullptr, 0, component.asnType, nullptr, 0)) {
+        QTRACE(snmpTrace(), 0, "Failed to set up {} in netsnmp table_info in context \"{}\"",
+               component.mibName, context);
+      }
+    }
+    tinfo->min_column = Desc::columns.front().number;
+    tinfo->max_column = Desc::columns.back().number;
+    tinfo->valid_columns = colInfo;
+
+    auto* iinfo =
+        static_cast<netsnmp_iterator_info*>(std::calloc(1, sizeof(netsnmp_iterator_info)));
+    iinfo->refcnt = 0;
+    iinfo->get_first_data_point = cb.getFirst;
+    iinfo->get_next_data_point = cb.getNext;
+    iinfo->make_data_context = cb.makeDataContext;
+    iinfo->free_data_context = cb.freeDataContext;
+    iinfo->free_loop_context_at_end = cb.freeLoopContextAtEnd;
+    iinfo->free_loop_context = nullptr;
+    iinfo->myvoid = reg->my_reg_void;
+    iinfo->flags = NETSNMP_ITERATOR_FLAG_SORTED | NETSNMP_HANDLER_OWNS_IINFO;
+    iinfo->table_reginfo = tinfo;
+
+    module.columnInfoAdd(context, colInfo);
+    int result = netsnmp_register_table_iterator(reg, iinfo);
+    QUILL_ASSERT(result == MIB_REGISTERED_OK);
+    int injected = netsnmp_inject_handler(reg, netsnmp_get_serialize_handler());
+    QUILL_ASSERT(injected == SNMPERR_SUCCESS);
+    QTRACE(snmpTrace(), 8, "Initialized table {} in context \"{}\"", Desc::name, context);
+  }
+
+  static netsnmp_variable_list* getFirstDataPoint(void** loopContext, void** /*dataContext*/,
+                                                  netsnmp_variable_list* putIndexData,
+                                                  netsnmp_iterator_info* iinfo) {
+    auto* regVoid = static_cast<Snmp::RegVoid*>(iinfo->myvoid);
+    const Map& table = Desc::table(*static_cast<const Entity*>(regVoid->entity));
+    auto* hint = static_cast<netsnmp_table_request_info*>(*loopContext);
+    if (Snmp::CordbUtil::ignoreIteratorHints()) {
+      hint = nullptr;
+    }
+    QTRACE(snmpTrace(), 2, "{}_get_first_data_point - *hint = {}, number_indexes = {}", Desc::name,
+           fmt::ptr(hint), hint ? hint->number_indexes : 0);
+
+    Entry* start = nullptr;
+    bool hintMatched = false;
+    if (hint && hint->number_indexes == indexCount) {
+      Index key;
+      if (decodeHint(hint->indexes, key)) {
+        start = table.lowerBound(key);
+        if (start && start->index() == key) {
+          hintMatched = true;
+          regVoid->tableCounters.orderedIterCntrsInc(iterHintMatched, 1);
+        } else {
+          QTRACE(snmpTrace(), 2, "{}_get_first_data_point - key '{}' not found in table",
+                 Desc::name, key.toString());
+          regVoid->tableCounters.orderedIterCntrsInc(iterHintMissed, 1);
+        }
+      }
+    }
+    if (!hintMatched) {
+      start = table.first();
+      regVoid->tableCounters.orderedIterCntrsInc(iterWalkFromFirst, 1);
+    }
+    auto* ctx = new Context{&table, Quill::Ptr<Entry>(start), table.version()};
+    QTRACE(snmpTrace(), 2, "{}_get_first_data_point - allocated new loop context {}, hintMatched={}",
+           Desc::name, fmt::ptr(ctx), hintMatched);
+    *loopContext = ctx;
+    return iterationHelper(ctx, putIndexData);
+  }
+
+  static netsnmp_variable_list* getNextDataPoint(void** loopContext, void** dataContext,
+                                                 netsnmp_variable_list* putIndexData,
+                                                 netsnmp_iterator_info* iinfo) {
+    auto* regVoid = static_cast<Snmp::RegVoid*>(iinfo->myvoid);
+    auto* ctx = static_cast<Context*>(*loopContext);
+    if (!ctx || !ctx->current) {
+      QTRACE(snmpTrace(), 2, "{}_get_next_data_point - at end of loop context {}", Desc::name,
+             fmt::ptr(ctx));
+      regVoid->tableCounters.orderedIterCntrsInc(iterNextWithoutRow, 1);
+      return nullptr;
+    }
+    QTRACE(snmpTrace(), 2, "{}_get_next_data_point - advancing loop context {} ; data context {}",
+           Desc::name, fmt::ptr(ctx), fmt::ptr(*dataContext));
+    if (ctx->table->version() == ctx->version) {
+      ctx->current = Quill::Ptr<Entry>(ctx->table->next(*ctx->current));
+    } else {
+      // The table changed since the current row was taken; it may have left the table.
+      ctx->current = Quill::Ptr<Entry>(ctx->table->upperBound(ctx->current->index()));
+      ctx->version = ctx->table->version();
+    }
+    regVoid->tableCounters.orderedIterCntrsInc(
+        ctx->current ? iterNextToRow : iterNextPastLast, 1);
+    if (auto* data = static_cast<Context*>(*dataContext)) {
+      data->table = ctx->table;
+      data->current = ctx->current;
+      data->version = ctx->version;
+    }
+    return iterationHelper(ctx, putIndexData);
+  }
+
+  static void* makeDataContext(void* loopContext, netsnmp_iterator_info* /*iinfo*/) {
+    auto* ctx = static_cast<Context*>(loopContext);
+    auto* data = new Context{ctx->table, ctx->current, ctx->version};
+    QTRACE(snmpTrace(), 2, "{}_make_data_context - allocated data context {} for loop context {}",
+           Desc::name, fmt::ptr(data), fmt::ptr(ctx));
+    return data;
+  }
+
+  static void freeDataContext(void* dataContext, netsnmp_iterator_info* /*iinfo*/) {
+    QTRACE(snmpTrace(), 2, "{}_free_data_context {}", Desc::name, fmt::ptr(dataContext));
+    delete static_cast<Context*>(dataContext);
+  }
+
+  static void freeLoopContextAtEnd(void* loopContext, netsnmp_iterator_info* /*iinfo*/) {
+    QTRACE(snmpTrace(), 2, "{}_free_loop_context_at_end {}", Desc::name, fmt::ptr(loopContext));
+    delete static_cast<Context*>(loopContext);
+  }
+
+  // Writes the current row's index into the iterator's index varbinds; null at the end.
+  static netsnmp_variable_list* iterationHelper(Context* ctx, netsnmp_variable_list* putIndexData) {
+    if (!ctx->current) {
+      QTRACE(snmpTrace(), 2, "{}IterationHelper - iterator is at end", Desc::name);
+      return nullptr;
+    }
+    const Index& index = ctx->current->index();
+    netsnmp_variable_list* var = putIndexData;
+    unsigned char buf[bufferSize];
+    for (const auto& component : Desc::indexes) {
+      int len = component.encode(index, buf, sizeof buf, component.maxLen);
+      if (component.asnType == ASN_OCTET_STR) {
+        len = std::min(len, component.maxLen);
+      }
+      if (snmpTrace().enabled(2)) {
+        QTRACE(snmpTrace(), 2, "{}IterationHelper - iterator has another value: {}={}", Desc::name,
+               component.attrName, printComponent(component, buf, len));
+      }
+      snmp_set_var_typed_value(var, component.asnType, buf, static_cast<size_t>(std::max(len, 0)));
+      var = var->next_variable;
+    }
+    return putIndexData;
+  }
+
+  static int handler(netsnmp_mib_handler* /*handler*/, netsnmp_handler_registration* /*reginfo*/,
+                     netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) {
+    QTRACE(snmpTrace(), 2, "{}_handler", Desc::name);
+    QTRACE(snmpTrace(), 2, "{}_handler: request mode {}", Desc::name, reqinfo->mode);
+    for (netsnmp_request_info* request = requests; request; request = request->next) {
+      if (request->processed) {
+        QTRACE(snmpTrace(), 2, "{}_handler: request {} already processed", Desc::name,
+               fmt::ptr(request));
+        continue;
+      }
+      netsnmp_table_request_info* tableInfo = netsnmp_extract_table_info(request);
+      if (reqinfo->mode != MODE_GET) {
+        QTRACE(snmpTrace(), 0, "{} invalid column {}", Desc::name,
+               tableInfo ? tableInfo->colnum : 0);
+        netsnmp_request_set_error(request, SNMP_ERR_NOTWRITABLE);
+        return SNMP_ERR_NOERROR;
+      }
+      auto* data = static_cast<Context*>(netsnmp_extract_iterator_context(request));
+      if (!data || !data->current) {
+        QTRACE(snmpTrace(), 2, "{}_handler: null data context in request", Desc::name);
+        return SNMP_ERR_NOERROR;
+      }
+      const Column<Entry>* column = findColumn(tableInfo ? tableInfo->colnum : 0);
+      if (!column) {
+        QTRACE(snmpTrace(), 0, "{} invalid column {}", Desc::name,
+               tableInfo ? tableInfo->colnum : 0);
+        netsnmp_request_set_error(request, SNMP_NOSUCHOBJECT);
+        return SNMP_ERR_NOERROR;
+      }
+      const Entry& entry = *data->current;
+      QTRACE(snmpTrace(), 2, "{}_handler: request GET for column {}, key {}", Desc::name,
+             column->mibName, entry.index().toString());
+      unsigned char buf[bufferSize];
+      int len = -1;
+      try {
+        len = column->encode(entry, buf, sizeof buf, column->maxLen);
+      } catch (const Quill::RangeException& e) {
+        // A value the model cannot compute (an out-of-range queue, say) fails like a conversion.
+        QTRACE(snmpTrace(), 0, "handle_{} - {} raised: {}", Desc::name, column->attrName, e.what());
+      }
+      if (len < 0) {
+        QTRACE(snmpTrace(), 2, "handle_{} - {} failed for: {}", Desc::name, column->conversion,
+               column->attrName);
+        netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
+        return SNMP_ERR_GENERR;
+      }
+      if (column->asnType == ASN_OCTET_STR && (len > column->maxLen || len < column->minLen)) {
+        QTRACE(snmpTrace(), 2, "handle_{} - entity /{}/{} length out of range: {} ({})", Desc::name,
+               Snmp::CordbUtil::getSnmpConfig()->sysname, Desc::modelPath, column->attrName, len);
+        netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
+        return SNMP_ERR_GENERR;
+      }
+      snmp_set_var_typed_value(request->requestvb, column->asnType, buf, static_cast<size_t>(len));
+    }
+    return SNMP_ERR_NOERROR;
+  }
+
+  // The valid-column list registered with net-snmp (ascending).
+  static const std::array<unsigned int, Desc::columns.size()>& columnNumbers() {
+    static const auto numbers = [] {
+      std::array<unsigned int, Desc::columns.size()> n{};
+      for (size_t i = 0; i < n.size(); ++i) {
+        n[i] = Desc::columns[i].number;
+      }
+      return n;
+    }();
+    return numbers;
+  }
+
+ private:
+  // Decodes the hint's index varbinds into `key`; false when the walk must start at the first
+  // row (a component of the wrong type or out of range, too few components, or an index
+  // record that cannot be built).
+  static bool decodeHint(netsnmp_variable_list* var, Index& key) {
+    size_t good = 0;
+    for (const auto& component : Desc::indexes) {
+      if (!var) {
+        break;
+      }
+      if (var->type != component.asnType) {
+        QTRACE(snmpTrace(), 0, "hint for {} has incorrect type! Expecting {} but got {}",
+               component.mibName, component.asnType, var->type);
+      } else {
+        try {
+          std::string value = component.decode(key, *var);
+          QTRACE(snmpTrace(), 2, "hint component {} is '{}'", component.mibName, value);
+          ++good;
+        } catch (const Quill::RangeException& e) {
+          QTRACE(snmpTrace(), 0, "hint for index {} of {} is out of range! {}", component.mibName,
+                 Desc::name, e.what());
+        }
+      }
+      var = var->next_variable;
+    }
+    if (good < indexCount) {
+      QTRACE(snmpTrace(), 2, "{}_get_first_data_point - needed {} components, found only {}",
+             Desc::name, indexCount, good);
+      return false;
+    }
+    return true;
+  }
+
+  static const Column<Entry>* findColumn(unsigned int number) {
+    for (const auto& column : Desc::columns) {
+      if (column.number == number) {
+        return &column;
+      }
+    }
+    return nullptr;
+  }
+
+  static std::string printComponent(const IndexComponent<Index>& component,
+                                    const unsigned char* buf, int len) {
+    if (component.asnType == ASN_OCTET_STR) {
+      return std::string(reinterpret_cast<const char*>(buf), static_cast<size_t>(std::max(len, 0)));
+    }
+    long v = 0;
+    std::memcpy(&v, buf, sizeof v);
+    return std::to_string(v);
+  }
+};
+
+}  // namespace QosSnmp
+
+// Declares the named net-snmp callbacks of table `table` described by `Desc`, registered in
+// module object `module`: <table>_entry and the iterator callbacks in an anonymous namespace,
+// and the exported <table>_handler and initialize_table_<table>.
+#define QOSSNMP_TABLE_CALLBACKS(table, Desc, module)                                              \
+  namespace {                                                                                     \
+  using table##_entry [[maybe_unused]] = ::QosSnmp::TableContext<Desc>;                           \
+  netsnmp_variable_list* table##_get_first_data_point(void** l, void** d,                         \
+                                                      netsnmp_variable_list* p,                   \
+                                                      netsnmp_iterator_info* i) {                 \
+    return ::QosSnmp::SnmpTable<Desc>::getFirstDataPoint(l, d, p, i);                             \
+  }                                                                                               \
+  netsnmp_variable_list* table##_get_next_data_point(void** l, void** d,                          \
+                                                     netsnmp_variable_list* p,                    \
+                                                     netsnmp_iterator_info* i) {                  \
+    return ::QosSnmp::SnmpTable<Desc>::getNextDataPoint(l, d, p, i);                              \
+  }                                                                                               \
+  void* table##_make_data_context(void* l, netsnmp_iterator_info* i) {                            \
+    return ::QosSnmp::SnmpTable<Desc>::makeDataContext(l, i);                                     \
+  }                                                                                               \
+  void table##_free_data_context(void* d, netsnmp_iterator_info* i) {                             \
+    ::QosSnmp::SnmpTable<Desc>::freeDataContext(d, i);                                            \
+  }                                                                                               \
+  void table##_free_loop_context_at_end(void* l, netsnmp_iterator_info* i) {                      \
+    ::QosSnmp::SnmpTable<Desc>::freeLoopContextAtEnd(l, i);                                       \
+  }                                                                                               \
+  [[maybe_unused]] netsnmp_variable_list* table##IterationHelper(table##_entry* l,                \
+                                                                 netsnmp_variable_list* p) {      \
+    return ::QosSnmp::SnmpTable<Desc>::iterationHelper(l, p);                                     \
+  }                                                                                               \
+  }                                                                                               \
+  int table##_handler(netsnmp_mib_handler* h, netsnmp_handler_registration* r,                    \
+                      netsnmp_agent_request_info* a, netsnmp_request_info* q) {                   \
+    return ::QosSnmp::SnmpTable<Desc>::handler(h, r, a, q);                                       \
+  }                                                                                               \
+  void initialize_table_##table(Quill::Ptr<Snmp::Config const> /*config*/,                        \
+                                Quill::String context) {                                          \
+    ::QosSnmp::SnmpTable<Desc>::initialize(                                                       \
+        module,                                                                                   \
+        {table##_get_first_data_point, table##_get_next_data_point, table##_make_data_context,    \
+         table##_free_data_context, table##_free_loop_context_at_end, table##_handler},           \
+        context);                                                                                 \
+  }

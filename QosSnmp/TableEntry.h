@@ -1,0 +1,40 @@
+// QosSnmp::TableEntry: the common shape of a model table's row.
+//
+// A row is an immutable, reference-counted object that stores its index and its constructor
+// arguments (counted references to status objects, or small values) and nothing else; column
+// accessors of the concrete entry compute values from those arguments when asked. sameArgs()
+// tells a table mutator whether a row would be re-created with the same arguments (pointers
+// compare by identity, values by value).
+#pragma once
+
+#include <tuple>
+
+#include "Mox/AllocationTracker.h"
+#include "Mox/RbTreeMap.h"
+#include "Quill/Ptr.h"
+
+namespace QosSnmp {
+
+template <typename Derived, typename Index, typename... Args>
+class TableEntry : public Quill::Object, public Mox::RbTreeNode, private Mox::Tracked<Derived> {
+ public:
+  using IndexType = Index;
+
+  explicit TableEntry(Index index, Args... args)
+      : index_(std::move(index)), args_(std::move(args)...) {}
+
+  const Index& index() const noexcept { return index_; }
+  bool sameArgs(const Args&... args) const { return args_ == std::tie(args...); }
+
+ protected:
+  template <size_t I>
+  const auto& arg() const noexcept {
+    return std::get<I>(args_);
+  }
+
+ private:
+  Index index_;
+  std::tuple<Args...> args_;
+};
+
+}  // namespace QosSnmp
