@@ -73,23 +73,29 @@ class MibTable {
 }  // namespace QosSnmp
 
 // Declares table attribute `name` of Entry rows (attribute id `attrId`) in a Mox::Entity.
-#define QOSSNMP_MIB_TABLE(name, Entry, attrId)                                                  \
- public:                                                                                        \
-  const ::QosSnmp::MibTable<Entry>::Map& name() const noexcept { return name##_.map(); }       \
-  ::Quill::Ptr<Entry> name(const Entry::IndexType& index) const {                               \
-    return name##_.map().find(index);                                                           \
-  }                                                                                             \
-  template <typename... A>                                                                      \
-  ::Quill::Ptr<Entry> name##Is(const Entry::IndexType& index, const A&... args) {               \
-    return name##_.is(#Entry, index, args...);                                                  \
-  }                                                                                             \
-  ::Quill::Ptr<Entry> name##Del(const Entry::IndexType& index) { return name##_.del(index); }   \
-  ::Quill::Ptr<Entry> name##Del(::QosSnmp::MibTable<Entry>::Map::const_iterator it) {           \
-    return name##_.del(it);                                                                     \
-  }                                                                                             \
-  void name##DelAll() { name##_.delAll(); }                                                     \
-                                                                                                \
- private:                                                                                       \
-  ::QosSnmp::MibTable<Entry> name##_{*this, attrId};                                            \
-                                                                                                \
+#define QOSSNMP_MIB_TABLE(name, Entry, attrId)                                        \
+ public:                                                                              \
+  const ::QosSnmp::MibTable<Entry>::Map& name() const noexcept {                      \
+    return name##_.map();                                                             \
+  }                                                                                   \
+  ::Quill::Ptr<Entry> name(const Entry::IndexType& index) const {                     \
+    return name##_.map().find(index);                                                 \
+  }                                                                                   \
+  template <typename... A>                                                            \
+  ::Quill::Ptr<Entry> name##Is(const Entry::IndexType& index, const A&... args) {     \
+    return name##_.is(#Entry, index, args...);                                        \
+  }                                                                                   \
+  ::Quill::Ptr<Entry> name##Del(const Entry::IndexType& index) {                      \
+    return name##_.del(index);                                                        \
+  }                                                                                   \
+  ::Quill::Ptr<Entry> name##Del(::QosSnmp::MibTable<Entry>::Map::const_iterator it) { \
+    return name##_.del(it);                                                           \
+  }                                                                                   \
+  void name##DelAll() {                                                               \
+    name##_.delAll();                                                                 \
+  }                                                                                   \
+                                                                                      \
+ private:                                                                             \
+  ::QosSnmp::MibTable<Entry> name##_{*this, attrId};                                  \
+                                                                                      \
  public:

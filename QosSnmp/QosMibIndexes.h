@@ -12,8 +12,8 @@
 
 #include "Mox/Record.h"
 #include "Qos/Types.h"
-#include "Snmp/String.h"
 #include "Quill/IntTypes.h"
+#include "Snmp/String.h"
 
 namespace QosSnmp {
 
@@ -22,7 +22,8 @@ struct ClassMapTableIndex : Mox::IndexRecord<ClassMapTableIndex> {
   static constexpr Mox::HashKind hashKind = Mox::HashKind::mix4;
 
   ClassMapTableIndex() = default;
-  ClassMapTableIndex(const Snmp::String& id, Qos::MapType type) : classMapId(id), classMapType(type) {}
+  ClassMapTableIndex(const Snmp::String& id, Qos::MapType type)
+      : classMapId(id), classMapType(type) {}
   explicit operator bool() const { return classMapType != Qos::MapType{} || !classMapId.empty(); }
 
   Snmp::String classMapId;
@@ -47,9 +48,10 @@ struct ClassMapMatchTableIndex : Mox::IndexRecord<ClassMapMatchTableIndex> {
   Qos::MapType classMapType{};
 
   static constexpr auto fields() {
-    return std::tuple{Mox::field("classMapId", &ClassMapMatchTableIndex::classMapId),
-                      Mox::field("classMapType", &ClassMapMatchTableIndex::classMapType),
-                      Mox::field("classMapMatchIndex", &ClassMapMatchTableIndex::classMapMatchIndex)};
+    return std::tuple{
+        Mox::field("classMapId", &ClassMapMatchTableIndex::classMapId),
+        Mox::field("classMapType", &ClassMapMatchTableIndex::classMapType),
+        Mox::field("classMapMatchIndex", &ClassMapMatchTableIndex::classMapMatchIndex)};
   }
 };
 
@@ -58,7 +60,8 @@ struct PolicyMapTableIndex : Mox::IndexRecord<PolicyMapTableIndex> {
   static constexpr Mox::HashKind hashKind = Mox::HashKind::mix4;
 
   PolicyMapTableIndex() = default;
-  PolicyMapTableIndex(const Snmp::String& id, Qos::MapType type) : policyMapId(id), policyMapType(type) {}
+  PolicyMapTableIndex(const Snmp::String& id, Qos::MapType type)
+      : policyMapId(id), policyMapType(type) {}
   explicit operator bool() const { return policyMapType != Qos::MapType{} || !policyMapId.empty(); }
 
   Snmp::String policyMapId;
@@ -158,7 +161,11 @@ struct PerIntfStatsIndex : Mox::IndexRecord<Self> {
   PerIntfStatsIndex() = default;
   PerIntfStatsIndex(const Snmp::String& pmapId, Qos::MapType type, const Snmp::String& cmapId,
                     Qos::Direction dir, U32 ifIdx)
-      : ifIndex(ifIdx), policyMapId(pmapId), classMapId(cmapId), policyMapType(type), direction(dir) {}
+      : ifIndex(ifIdx),
+        policyMapId(pmapId),
+        classMapId(cmapId),
+        policyMapType(type),
+        direction(dir) {}
 
   U32 ifIndex = 0;  // stored first, compared last
   Snmp::String policyMapId;

@@ -12,12 +12,12 @@
 #include <map>
 #include <vector>
 
+#include <net-snmp/agent/net-snmp-agent-includes.h>
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
-#include <net-snmp/agent/net-snmp-agent-includes.h>
 
-#include "Quill/String.h"
 #include "Quill/IntTypes.h"
+#include "Quill/String.h"
 
 namespace QosSnmp {
 
@@ -35,7 +35,8 @@ class SnmpModule {
   std::vector<oid> tableOid(U32 arc) const;
 
   // Agent debug-log line of init_ ("Initializing in context ...").
-  void logInit(const char* function, const char* file, int line, const Quill::String& context) const;
+  void logInit(const char* function, const char* file, int line,
+               const Quill::String& context) const;
 
   void registrationAdd(const Quill::String& context, netsnmp_handler_registration* reg);
   void columnInfoAdd(const Quill::String& context, netsnmp_column_info* info);

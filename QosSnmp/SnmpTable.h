@@ -23,15 +23,15 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include <fmt/format.h>
+#include <net-snmp/agent/net-snmp-agent-includes.h>
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
-#include <net-snmp/agent/net-snmp-agent-includes.h>
 
 #include "Mox/Singleton.h"
 #include "Quill/Assert.h"
@@ -48,7 +48,8 @@ namespace QosSnmp {
 // Loop context and data context of a table's iterator callbacks.
 template <typename Desc>
 struct TableContext {
-  using Map = std::remove_cvref_t<decltype(Desc::table(std::declval<const typename Desc::Entity&>()))>;
+  using Map =
+      std::remove_cvref_t<decltype(Desc::table(std::declval<const typename Desc::Entity&>()))>;
   const Map* table = nullptr;
   Quill::Ptr<typename Desc::Entry> current;
   U32 version = 0;
@@ -66,12 +67,12 @@ struct TableCallbacks {
 
 // Iterator event counters.
 enum IterEvent : U32 {
-  iterHintMissed = 0,       // get_first: no row has the hint's key
-  iterHintMatched = 1,      // get_first: the walk starts at the hinted row
-  iterWalkFromFirst = 2,    // get_first: the walk starts at the first row
-  iterNextWithoutRow = 3,   // get_next: no loop context, or one already at the end
-  iterNextPastLast = 4,     // get_next: stepped past the last row
-  iterNextToRow = 5,        // get_next: stepped to a further row
+  iterHintMissed = 0,      // get_first: no row has the hint's key
+  iterHintMatched = 1,     // get_first: the walk starts at the hinted row
+  iterWalkFromFirst = 2,   // get_first: the walk starts at the first row
+  iterNextWithoutRow = 3,  // get_next: no loop context, or one already at the end
+  iterNextPastLast = 4,    // get_next: stepped past the last row
+  iterNextToRow = 5,       // get_next: stepped to a further row
 };
 
 template <typename Desc>
@@ -86,13 +87,14 @@ class SnmpTable {
   static constexpr size_t indexCount = Desc::indexes.size();
 
   // Registers the table for `context` (default context only) in `module`.
-  static void initialize(SnmpModule& module, const TableCallbacks& cb, const Quill::String& context) {
+  static void initialize(SnmpModule& module, const TableCallbacks& cb,
+                         const Quill::String& context) {
     std::vector<oid> tableOid = module.tableOid(Desc::arc);
     if (snmpTrace().enabled(1)) {
       char text[200];
       snprint_objid(text, sizeof text, tableOid.data(), tableOid.size());
-      QTRACE(snmpTrace(), 1, "initialize_table_{} initializing oid {} in context \"{}\"", Desc::name,
-             text, context);
+      QTRACE(snmpTrace(), 1, "initialize_table_{} initializing oid {} in context \"{}\"",
+             Desc::name, text, context);
     }
     Quill::String regName = Quill::String(Desc::name) + "_" + context;
     netsnmp_handler_registration* reg = netsnmp_create_handler_registration(
@@ -194,8 +196,9 @@ class SnmpTable {
       regVoid->tableCounters.orderedIterCntrsInc(iterWalkFromFirst, 1);
     }
     auto* ctx = new Context{&table, Quill::Ptr<Entry>(start), table.version()};
-    QTRACE(snmpTrace(), 2, "{}_get_first_data_point - allocated new loop context {}, hintMatched={}",
-           Desc::name, fmt::ptr(ctx), hintMatched);
+    QTRACE(snmpTrace(), 2,
+           "{}_get_first_data_point - allocated new loop context {}, hintMatched={}", Desc::name,
+           fmt::ptr(ctx), hintMatched);
     *loopContext = ctx;
     return iterationHelper(ctx, putIndexData);
   }
@@ -220,8 +223,7 @@ class SnmpTable {
       ctx->current = Quill::Ptr<Entry>(ctx->table->upperBound(ctx->current->index()));
       ctx->version = ctx->table->version();
     }
-    regVoid->tableCounters.orderedIterCntrsInc(
-        ctx->current ? iterNextToRow : iterNextPastLast, 1);
+    regVoid->tableCounters.orderedIterCntrsInc(ctx->current ? iterNextToRow : iterNextPastLast, 1);
     if (auto* data = static_cast<Context*>(*dataContext)) {
       data->table = ctx->table;
       data->current = ctx->current;
@@ -399,42 +401,41 @@ class SnmpTable {
 // Declares the named net-snmp callbacks of table `table` described by `Desc`, registered in
 // module object `module`: <table>_entry and the iterator callbacks in an anonymous namespace,
 // and the exported <table>_handler and initialize_table_<table>.
-#define QOSSNMP_TABLE_CALLBACKS(table, Desc, module)                                              \
-  namespace {                                                                                     \
-  using table##_entry [[maybe_unused]] = ::QosSnmp::TableContext<Desc>;                           \
-  netsnmp_variable_list* table##_get_first_data_point(void** l, void** d,                         \
-                                                      netsnmp_variable_list* p,                   \
-                                                      netsnmp_iterator_info* i) {                 \
-    return ::QosSnmp::SnmpTable<Desc>::getFirstDataPoint(l, d, p, i);                             \
-  }                                                                                               \
-  netsnmp_variable_list* table##_get_next_data_point(void** l, void** d,                          \
-                                                     netsnmp_variable_list* p,                    \
-                                                     netsnmp_iterator_info* i) {                  \
-    return ::QosSnmp::SnmpTable<Desc>::getNextDataPoint(l, d, p, i);                              \
-  }                                                                                               \
-  void* table##_make_data_context(void* l, netsnmp_iterator_info* i) {                            \
-    return ::QosSnmp::SnmpTable<Desc>::makeDataContext(l, i);                                     \
-  }                                                                                               \
-  void table##_free_data_context(void* d, netsnmp_iterator_info* i) {                             \
-    ::QosSnmp::SnmpTable<Desc>::freeDataContext(d, i);                                            \
-  }                                                                                               \
-  void table##_free_loop_context_at_end(void* l, netsnmp_iterator_info* i) {                      \
-    ::QosSnmp::SnmpTable<Desc>::freeLoopContextAtEnd(l, i);                                       \
-  }                                                                                               \
-  [[maybe_unused]] netsnmp_variable_list* table##IterationHelper(table##_entry* l,                \
-                                                                 netsnmp_variable_list* p) {      \
-    return ::QosSnmp::SnmpTable<Desc>::iterationHelper(l, p);                                     \
-  }                                                                                               \
-  }                                                                                               \
-  int table##_handler(netsnmp_mib_handler* h, netsnmp_handler_registration* r,                    \
-                      netsnmp_agent_request_info* a, netsnmp_request_info* q) {                   \
-    return ::QosSnmp::SnmpTable<Desc>::handler(h, r, a, q);                                       \
-  }                                                                                               \
-  void initialize_table_##table(Quill::Ptr<Snmp::Config const> /*config*/,                        \
-                                Quill::String context) {                                          \
-    ::QosSnmp::SnmpTable<Desc>::initialize(                                                       \
-        module,                                                                                   \
-        {table##_get_first_data_point, table##_get_next_data_point, table##_make_data_context,    \
-         table##_free_data_context, table##_free_loop_context_at_end, table##_handler},           \
-        context);                                                                                 \
+#define QOSSNMP_TABLE_CALLBACKS(table, Desc, module)                                               \
+  namespace {                                                                                      \
+  using table##_entry [[maybe_unused]] = ::QosSnmp::TableContext<Desc>;                            \
+  netsnmp_variable_list* table##_get_first_data_point(void** l, void** d,                          \
+                                                      netsnmp_variable_list* p,                    \
+                                                      netsnmp_iterator_info* i) {                  \
+    return ::QosSnmp::SnmpTable<Desc>::getFirstDataPoint(l, d, p, i);                              \
+  }                                                                                                \
+  netsnmp_variable_list* table##_get_next_data_point(void** l, void** d, netsnmp_variable_list* p, \
+                                                     netsnmp_iterator_info* i) {                   \
+    return ::QosSnmp::SnmpTable<Desc>::getNextDataPoint(l, d, p, i);                               \
+  }                                                                                                \
+  void* table##_make_data_context(void* l, netsnmp_iterator_info* i) {                             \
+    return ::QosSnmp::SnmpTable<Desc>::makeDataContext(l, i);                                      \
+  }                                                                                                \
+  void table##_free_data_context(void* d, netsnmp_iterator_info* i) {                              \
+    ::QosSnmp::SnmpTable<Desc>::freeDataContext(d, i);                                             \
+  }                                                                                                \
+  void table##_free_loop_context_at_end(void* l, netsnmp_iterator_info* i) {                       \
+    ::QosSnmp::SnmpTable<Desc>::freeLoopContextAtEnd(l, i);                                        \
+  }                                                                                                \
+  [[maybe_unused]] netsnmp_variable_list* table##IterationHelper(table##_entry* l,                 \
+                                                                 netsnmp_variable_list* p) {       \
+    return ::QosSnmp::SnmpTable<Desc>::iterationHelper(l, p);                                      \
+  }                                                                                                \
+  }                                                                                                \
+  int table##_handler(netsnmp_mib_handler* h, netsnmp_handler_registration* r,                     \
+                      netsnmp_agent_request_info* a, netsnmp_request_info* q) {                    \
+    return ::QosSnmp::SnmpTable<Desc>::handler(h, r, a, q);                                        \
+  }                                                                                                \
+  void initialize_table_##table(Quill::Ptr<Snmp::Config const> /*config*/,                         \
+                                Quill::String context) {                                           \
+    ::QosSnmp::SnmpTable<Desc>::initialize(                                                        \
+        module,                                                                                    \
+        {table##_get_first_data_point, table##_get_next_data_point, table##_make_data_context,     \
+         table##_free_data_context, table##_free_loop_context_at_end, table##_handler},            \
+        context);                                                                                  \
   }

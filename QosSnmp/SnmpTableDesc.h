@@ -18,9 +18,9 @@
 #include <net-snmp/net-snmp-includes.h>
 
 #include "Mox/Record.h"
+#include "Quill/IntTypes.h"
 #include "Quill/String.h"
 #include "Snmp/Codec.h"
-#include "Quill/IntTypes.h"
 
 namespace QosSnmp {
 
@@ -56,7 +56,10 @@ struct Column {
 template <typename Index, auto Field>
 constexpr IndexComponent<Index> stringComponent(const char* mibName, const char* attrName,
                                                 int maxLen) {
-  return {mibName, attrName, ASN_OCTET_STR, maxLen,
+  return {mibName,
+          attrName,
+          ASN_OCTET_STR,
+          maxLen,
           [](const Index& index, unsigned char* buf, int size, int max) {
             return Snmp::StringToAsnOctetStringF(index.*Field, buf, size, max);
           },
@@ -69,7 +72,10 @@ constexpr IndexComponent<Index> stringComponent(const char* mibName, const char*
 // Enumeration component with its forward and reverse conversions.
 template <typename Index, auto Field, auto ToAsn, auto FromAsn>
 constexpr IndexComponent<Index> enumComponent(const char* mibName, const char* attrName) {
-  return {mibName, attrName, ASN_INTEGER, 0,
+  return {mibName,
+          attrName,
+          ASN_INTEGER,
+          0,
           [](const Index& index, unsigned char* buf, int size, int) {
             return ToAsn(index.*Field, buf, size);
           },
@@ -82,7 +88,10 @@ constexpr IndexComponent<Index> enumComponent(const char* mibName, const char* a
 // Plain 32-bit integer component (ifIndex, queue, sequence number).
 template <typename Index, auto Field>
 constexpr IndexComponent<Index> integerComponent(const char* mibName, const char* attrName) {
-  return {mibName, attrName, ASN_INTEGER, 0,
+  return {mibName,
+          attrName,
+          ASN_INTEGER,
+          0,
           [](const Index& index, unsigned char* buf, int size, int) {
             return Snmp::U32ToAsnUnsignedF(index.*Field, buf, size);
           },
@@ -97,7 +106,13 @@ constexpr IndexComponent<Index> integerComponent(const char* mibName, const char
 template <typename Entry, auto Accessor>
 constexpr Column<Entry> stringColumn(U32 number, const char* mibName, const char* attrName,
                                      int maxLen, int minLen = 0) {
-  return {number, mibName, attrName, "StringToAsnOctetString", ASN_OCTET_STR, minLen, maxLen,
+  return {number,
+          mibName,
+          attrName,
+          "StringToAsnOctetString",
+          ASN_OCTET_STR,
+          minLen,
+          maxLen,
           [](const Entry& e, unsigned char* buf, int size, int max) {
             return Snmp::StringToAsnOctetStringF((e.*Accessor)(), buf, size, max);
           }};
@@ -107,7 +122,13 @@ constexpr Column<Entry> stringColumn(U32 number, const char* mibName, const char
 template <typename Entry, auto Accessor, auto ToAsn>
 constexpr Column<Entry> enumColumn(U32 number, const char* mibName, const char* attrName,
                                    const char* conversion) {
-  return {number, mibName, attrName, conversion, ASN_INTEGER, 0, 0,
+  return {number,
+          mibName,
+          attrName,
+          conversion,
+          ASN_INTEGER,
+          0,
+          0,
           [](const Entry& e, unsigned char* buf, int size, int) {
             return ToAsn((e.*Accessor)(), buf, size);
           }};
@@ -115,7 +136,13 @@ constexpr Column<Entry> enumColumn(U32 number, const char* mibName, const char* 
 
 template <typename Entry, auto Accessor>
 constexpr Column<Entry> integerColumn(U32 number, const char* mibName, const char* attrName) {
-  return {number, mibName, attrName, "S32ToAsnInteger", ASN_INTEGER, 0, 0,
+  return {number,
+          mibName,
+          attrName,
+          "S32ToAsnInteger",
+          ASN_INTEGER,
+          0,
+          0,
           [](const Entry& e, unsigned char* buf, int size, int) {
             return Snmp::S32ToAsnIntegerF(static_cast<S32>((e.*Accessor)()), buf, size);
           }};
@@ -123,7 +150,13 @@ constexpr Column<Entry> integerColumn(U32 number, const char* mibName, const cha
 
 template <typename Entry, auto Accessor>
 constexpr Column<Entry> truthColumn(U32 number, const char* mibName, const char* attrName) {
-  return {number, mibName, attrName, "BoolToAsnInteger", ASN_INTEGER, 0, 0,
+  return {number,
+          mibName,
+          attrName,
+          "BoolToAsnInteger",
+          ASN_INTEGER,
+          0,
+          0,
           [](const Entry& e, unsigned char* buf, int size, int) {
             return Snmp::BoolToAsnIntegerF((e.*Accessor)(), buf, size);
           }};
@@ -131,7 +164,13 @@ constexpr Column<Entry> truthColumn(U32 number, const char* mibName, const char*
 
 template <typename Entry, auto Accessor>
 constexpr Column<Entry> counterColumn(U32 number, const char* mibName, const char* attrName) {
-  return {number, mibName, attrName, "U64ToCounter64", ASN_COUNTER64, 0, 0,
+  return {number,
+          mibName,
+          attrName,
+          "U64ToCounter64",
+          ASN_COUNTER64,
+          0,
+          0,
           [](const Entry& e, unsigned char* buf, int size, int) {
             return Snmp::U64ToCounter64F((e.*Accessor)(), buf, size);
           }};

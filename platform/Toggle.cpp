@@ -12,9 +12,13 @@ std::string& dirRef() {
 }
 }  // namespace
 
-void toggleDirectoryIs(std::string dir) { dirRef() = std::move(dir); }
+void toggleDirectoryIs(std::string dir) {
+  dirRef() = std::move(dir);
+}
 
-const std::string& toggleDirectory() { return dirRef(); }
+const std::string& toggleDirectory() {
+  return dirRef();
+}
 
 bool getToggleState(std::string_view name, std::string_view file, bool dflt) {
   if (dirRef().empty()) {

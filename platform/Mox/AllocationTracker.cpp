@@ -15,8 +15,12 @@ AllocationTracker::AllocationTracker(std::string typeName) : typeName_(std::move
   trackers().push_back(this);
 }
 
-AllocationTracker::~AllocationTracker() { std::erase(trackers(), this); }
+AllocationTracker::~AllocationTracker() {
+  std::erase(trackers(), this);
+}
 
-std::vector<const AllocationTracker*> AllocationTracker::all() { return trackers(); }
+std::vector<const AllocationTracker*> AllocationTracker::all() {
+  return trackers();
+}
 
 }  // namespace Mox

@@ -6,10 +6,10 @@
 // own publisher for the key).
 #pragma once
 
+#include "Quill/IntTypes.h"
 #include "Quill/Object.h"
 #include "Quill/Publisher.h"
 #include "Quill/String.h"
-#include "Quill/IntTypes.h"
 
 namespace Mox {
 

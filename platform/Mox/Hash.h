@@ -33,9 +33,13 @@ class Hash {
 
 template <typename T>
 U32 hashValue(const T& v) {
-  if constexpr (requires { { v.hash() } -> std::convertible_to<U32>; }) {
+  if constexpr (requires {
+                  { v.hash() } -> std::convertible_to<U32>;
+                }) {
     return v.hash();
-  } else if constexpr (requires { { v.hash(U32{0}) } -> std::convertible_to<U32>; }) {
+  } else if constexpr (requires {
+                         { v.hash(U32{0}) } -> std::convertible_to<U32>;
+                       }) {
     return v.hash(0);
   } else {
     throw NotHashableException("type is not hashable");

@@ -13,7 +13,9 @@ namespace Mox {
 template <typename K>
 struct Hasher {
   size_t operator()(const K& k) const noexcept {
-    if constexpr (requires { { k.hash() } -> std::convertible_to<U32>; }) {
+    if constexpr (requires {
+                    { k.hash() } -> std::convertible_to<U32>;
+                  }) {
       return k.hash();
     } else {
       return std::hash<K>{}(k);

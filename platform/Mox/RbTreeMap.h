@@ -17,9 +17,9 @@
 #include <boost/intrusive/set.hpp>
 
 #include "Quill/Assert.h"
+#include "Quill/IntTypes.h"
 #include "Quill/Ptr.h"
 #include "Quill/Publisher.h"
-#include "Quill/IntTypes.h"
 
 namespace Mox {
 

@@ -21,7 +21,7 @@ std::string_view trim(std::string_view s) {
 }  // namespace
 
 std::vector<std::pair<std::string_view, std::string_view>> splitFields(std::string_view text,
-                                                                         std::string_view type) {
+                                                                       std::string_view type) {
   text = trim(text);
   if (text.starts_with(type) && text.size() > type.size() && text[type.size()] == '(' &&
       text.back() == ')') {

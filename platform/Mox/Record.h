@@ -18,11 +18,11 @@
 #include <charconv>
 #include <compare>
 #include <limits>
-#include <vector>
 #include <string>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
+#include <vector>
 
 #include "Dovo/HashMix.h"
 #include "Mox/Enum.h"
@@ -84,7 +84,7 @@ std::string unquoteBytes(std::string_view text);
 namespace detail {
 // Splits "a=1, b=\"x, y\"" into (name, value text) items; quotes protect separators.
 std::vector<std::pair<std::string_view, std::string_view>> splitFields(std::string_view text,
-                                                                         std::string_view type);
+                                                                       std::string_view type);
 }  // namespace detail
 
 template <typename Derived>
@@ -110,27 +110,25 @@ class IndexRecord {
     std::strong_ordering r = std::strong_ordering::equal;
     std::apply(
         [&](const auto&... f) {
-          ((r == 0 ? (r = decltype(traitsOf(f))::compare(a.*(f.member), b.*(f.member)), 0) : 0), ...);
+          ((r == 0 ? (r = decltype(traitsOf(f))::compare(a.*(f.member), b.*(f.member)), 0) : 0),
+           ...);
         },
         Derived::fields());
     return r;
   }
 
-  U32 hash() const
-    requires(Derived::hashKind == HashKind::mix4)
-  {
+  U32 hash() const requires(Derived::hashKind == HashKind::mix4) {
     Dovo::HashMix m(0);
     std::apply([&](const auto&... f) { (decltype(traitsOf(f))::mix4(m, self().*(f.member)), ...); },
                Derived::fields());
     return m.final();
   }
 
-  U32 hash(U32 seed) const
-    requires(Derived::hashKind == HashKind::seeded)
-  {
+  U32 hash(U32 seed) const requires(Derived::hashKind == HashKind::seeded) {
     Hash h(seed);
-    std::apply([&](const auto&... f) { (decltype(traitsOf(f))::mixSeeded(h, self().*(f.member)), ...); },
-               Derived::fields());
+    std::apply(
+        [&](const auto&... f) { (decltype(traitsOf(f))::mixSeeded(h, self().*(f.member)), ...); },
+        Derived::fields());
     return h.final();
   }
 
@@ -162,9 +160,9 @@ class IndexRecord {
                 try {
                   d.*(f.member) = decltype(traitsOf(f))::parse(items[i].second);
                 } catch (const Quill::RangeException& e) {
-                  throw DeserializeException(std::string(f.name),
-                                             "bad value for attribute " + std::string(f.name) +
-                                                 ": " + e.what());
+                  throw DeserializeException(
+                      std::string(f.name),
+                      "bad value for attribute " + std::string(f.name) + ": " + e.what());
                 }
                 ++i;
               }(),
@@ -180,8 +178,8 @@ class IndexRecord {
 
  private:
   template <typename F>
-  using traitsOfT = FieldTraits<std::remove_cvref_t<decltype(std::declval<Derived>().*
-                                                              (std::declval<F>().member))>>;
+  using traitsOfT = FieldTraits<
+      std::remove_cvref_t<decltype(std::declval<Derived>().*(std::declval<F>().member))>>;
   template <typename F>
   static auto traitsOf(const F&) -> traitsOfT<F>;
 

@@ -9,6 +9,8 @@ std::map<std::type_index, Quill::Ptr<Entity>>& singletons() {
 }
 }  // namespace detail
 
-void singletonDelAll() { detail::singletons().clear(); }
+void singletonDelAll() {
+  detail::singletons().clear();
+}
 
 }  // namespace Mox

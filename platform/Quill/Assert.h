@@ -7,9 +7,9 @@ namespace Quill {
                                   const char* function) noexcept;
 }
 
-#define QUILL_ASSERT(cond)                                                   \
-  do {                                                                       \
-    if (!(cond)) [[unlikely]] {                                              \
-      ::Quill::assertionFailed(#cond, __FILE__, __LINE__, __func__);         \
-    }                                                                        \
+#define QUILL_ASSERT(cond)                                           \
+  do {                                                               \
+    if (!(cond)) [[unlikely]] {                                      \
+      ::Quill::assertionFailed(#cond, __FILE__, __LINE__, __func__); \
+    }                                                                \
   } while (0)

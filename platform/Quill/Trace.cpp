@@ -34,7 +34,9 @@ Registry& registry() {
 }
 
 U32 parseLevels(std::string_view text, std::string_view item) {
-  auto bad = [&] { return std::invalid_argument("bad trace levels in '" + std::string(item) + "'"); };
+  auto bad = [&] {
+    return std::invalid_argument("bad trace levels in '" + std::string(item) + "'");
+  };
   if (text == "*") {
     return kAllLevels;
   }
@@ -71,7 +73,9 @@ TraceHandle::TraceHandle(std::string facility) : facility_(std::move(facility)) 
   r.handles.insert(this);
 }
 
-TraceHandle::~TraceHandle() { registry().handles.erase(this); }
+TraceHandle::~TraceHandle() {
+  registry().handles.erase(this);
+}
 
 void TraceHandle::emit(int level, std::string_view text) const {
   auto& r = registry();
@@ -94,8 +98,7 @@ void traceSpecIs(std::string_view spec) {
     }
     size_t slash = item.find('/');
     if (slash == 0 || slash == std::string_view::npos) {
-      throw std::invalid_argument("trace item '" + std::string(item) +
-                                  "' is not FACILITY/LEVELS");
+      throw std::invalid_argument("trace item '" + std::string(item) + "' is not FACILITY/LEVELS");
     }
     parsed.emplace_back(std::string(item.substr(0, slash)),
                         parseLevels(item.substr(slash + 1), item));
@@ -107,6 +110,8 @@ void traceSpecIs(std::string_view spec) {
   }
 }
 
-void traceSinkIs(TraceSink sink) { registry().sink = std::move(sink); }
+void traceSinkIs(TraceSink sink) {
+  registry().sink = std::move(sink);
+}
 
 }  // namespace Quill

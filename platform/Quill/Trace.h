@@ -57,9 +57,9 @@ void traceSinkIs(TraceSink sink);
 
 }  // namespace Quill
 
-#define QTRACE(handle, level, ...)                  \
-  do {                                              \
-    if ((handle).enabled(level)) [[unlikely]] {     \
-      (handle).write((level), __VA_ARGS__);         \
-    }                                               \
+#define QTRACE(handle, level, ...)              \
+  do {                                          \
+    if ((handle).enabled(level)) [[unlikely]] { \
+      (handle).write((level), __VA_ARGS__);     \
+    }                                           \
   } while (0)

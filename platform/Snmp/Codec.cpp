@@ -24,7 +24,8 @@ int copyOctets(const char* data, size_t length, unsigned char* buf, int size, in
     return -1;
   }
   size_t copied = std::min<size_t>(length, static_cast<size_t>(maxLen));
-  if (copied > static_cast<size_t>(size) || length > static_cast<size_t>(std::numeric_limits<int>::max())) {
+  if (copied > static_cast<size_t>(size) ||
+      length > static_cast<size_t>(std::numeric_limits<int>::max())) {
     return -1;
   }
   std::memcpy(buf, data, copied);

@@ -12,9 +12,9 @@
 
 #include <cstddef>
 
+#include "Quill/IntTypes.h"
 #include "Quill/String.h"
 #include "Snmp/String.h"
-#include "Quill/IntTypes.h"
 
 namespace Snmp {
 

@@ -14,7 +14,9 @@ State& state() {
 }
 }  // namespace
 
-Quill::Ptr<Config const> getSnmpConfig() { return state().config; }
+Quill::Ptr<Config const> getSnmpConfig() {
+  return state().config;
+}
 
 void snmpConfigIs(Quill::Ptr<Config const> config) {
   state().ignoreHints = config && config->ignoreIteratorHints;
@@ -25,10 +27,16 @@ Quill::Ptr<Mox::Entity> getEntityRelative(std::string_view path) {
   return state().root ? state().root->lookup(path) : nullptr;
 }
 
-Quill::Ptr<Cordb::Dir> agentRoot() { return state().root; }
+Quill::Ptr<Cordb::Dir> agentRoot() {
+  return state().root;
+}
 
-void agentRootIs(Quill::Ptr<Cordb::Dir> root) { state().root = std::move(root); }
+void agentRootIs(Quill::Ptr<Cordb::Dir> root) {
+  state().root = std::move(root);
+}
 
-bool ignoreIteratorHints() noexcept { return state().ignoreHints; }
+bool ignoreIteratorHints() noexcept {
+  return state().ignoreHints;
+}
 
 }  // namespace Snmp::CordbUtil

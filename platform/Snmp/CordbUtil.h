@@ -15,7 +15,7 @@ namespace Snmp {
 
 struct Config : Quill::Object {
   Quill::String sysname = "localhost";  // names the agent's root in messages: /<sysname>/...
-  bool ignoreIteratorHints = false;      // diagnostic: walk every table from its first row
+  bool ignoreIteratorHints = false;     // diagnostic: walk every table from its first row
 };
 
 namespace CordbUtil {

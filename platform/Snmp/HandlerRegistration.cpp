@@ -20,8 +20,12 @@ AutoRegistree::AutoRegistree(HandlerRegistration* registration) : registration_(
   announced().push_back(registration);
 }
 
-AutoRegistree::~AutoRegistree() { std::erase(announced(), registration_); }
+AutoRegistree::~AutoRegistree() {
+  std::erase(announced(), registration_);
+}
 
-std::vector<HandlerRegistration*> AutoRegistree::registrations() { return announced(); }
+std::vector<HandlerRegistration*> AutoRegistree::registrations() {
+  return announced();
+}
 
 }  // namespace Snmp

@@ -1,9 +1,9 @@
 #include "Snmp/MibContext.h"
 
+#include <net-snmp/agent/agent_sysORTable.h>
+#include <net-snmp/agent/net-snmp-agent-includes.h>
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
-#include <net-snmp/agent/net-snmp-agent-includes.h>
-#include <net-snmp/agent/agent_sysORTable.h>
 
 #include "Quill/Assert.h"
 
@@ -65,11 +65,13 @@ void unregisterMibContext(const Quill::String& context, const Quill::String& mod
   if (context.empty()) {
     unregister_sysORTable(info.moduleOid.data(), info.moduleOid.size());
   } else {
-    unregister_mib_context(info.moduleOid.data(), info.moduleOid.size(), DEFAULT_MIB_PRIORITY, 0,
-                           0, context.c_str());
+    unregister_mib_context(info.moduleOid.data(), info.moduleOid.size(), DEFAULT_MIB_PRIORITY, 0, 0,
+                           context.c_str());
   }
 }
 
-const std::map<Quill::String, std::set<Quill::String>>& mibContexts() { return contexts(); }
+const std::map<Quill::String, std::set<Quill::String>>& mibContexts() {
+  return contexts();
+}
 
 }  // namespace Snmp

@@ -13,8 +13,8 @@
 #include <set>
 #include <vector>
 
-#include "Quill/String.h"
 #include "Quill/IntTypes.h"
+#include "Quill/String.h"
 
 namespace Snmp {
 

@@ -37,7 +37,8 @@ class String {
     if (a.size() != b.size()) {
       return a.size() < b.size();
     }
-    return std::string_view(a.bytes_) < std::string_view(b.bytes_);  // char_traits<char> is unsigned
+    return std::string_view(a.bytes_) <
+           std::string_view(b.bytes_);  // char_traits<char> is unsigned
   }
   friend std::strong_ordering operator<=>(const String& a, const String& b) noexcept {
     if (a < b) {
