@@ -12,9 +12,9 @@
 #include <map>
 #include <vector>
 
-#include <net-snmp/agent/net-snmp-agent-includes.h>
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
+#include <net-snmp/agent/net-snmp-agent-includes.h>
 
 #include "Quill/IntTypes.h"
 #include "Quill/String.h"

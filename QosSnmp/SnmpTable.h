@@ -29,10 +29,11 @@
 #include <string>
 
 #include <fmt/format.h>
-#include <net-snmp/agent/net-snmp-agent-includes.h>
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
+#include <net-snmp/agent/net-snmp-agent-includes.h>
 
+#include "IndexText.h"
 #include "Mox/Singleton.h"
 #include "Quill/Assert.h"
 #include "Quill/Exception.h"
@@ -186,7 +187,7 @@ class SnmpTable {
           regVoid->tableCounters.orderedIterCntrsInc(iterHintMatched, 1);
         } else {
           QTRACE(snmpTrace(), 2, "{}_get_first_data_point - key '{}' not found in table",
-                 Desc::name, key.toString());
+                 Desc::name, indexText(key));
           regVoid->tableCounters.orderedIterCntrsInc(iterHintMissed, 1);
         }
       }
@@ -305,7 +306,7 @@ class SnmpTable {
       }
       const Entry& entry = *data->current;
       QTRACE(snmpTrace(), 2, "{}_handler: request GET for column {}, key {}", Desc::name,
-             column->mibName, entry.index().toString());
+             column->mibName, indexText(entry.index()));
       unsigned char buf[bufferSize];
       int len = -1;
       try {

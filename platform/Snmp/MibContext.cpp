@@ -1,9 +1,9 @@
 #include "Snmp/MibContext.h"
 
-#include <net-snmp/agent/agent_sysORTable.h>
-#include <net-snmp/agent/net-snmp-agent-includes.h>
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
+#include <net-snmp/agent/net-snmp-agent-includes.h>
+#include <net-snmp/agent/agent_sysORTable.h>
 
 #include "Quill/Assert.h"
 
