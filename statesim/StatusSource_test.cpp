@@ -131,8 +131,8 @@ TEST_F(StatusSourceTest, LoadAppliesAFileAndABadFileChangesNothing) {
   EXPECT_TRUE(published.empty());
 }
 
-TEST_F(StatusSourceTest, BundledExampleLoads) {
-  source.load(QOSSNMP_EXAMPLES_DIR "/default-state.json");
+TEST_F(StatusSourceTest, ClassMapsExampleLoads) {
+  source.load(QOSSNMP_EXAMPLES_DIR "/class-maps.json");
   EXPECT_EQ(source.qosMib()->classMapTable().size(), source.state().classMaps.size());
   EXPECT_EQ(source.qosMib()->cmapByStaticType().size(), 5U);
 }
