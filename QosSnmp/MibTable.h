@@ -16,6 +16,7 @@
 
 #include <fmt/format.h>
 
+#include "IndexText.h"
 #include "Mox/Entity.h"
 #include "Mox/RbTreeMap.h"
 #include "Quill/Exception.h"
@@ -41,7 +42,7 @@ class MibTable {
       }
       throw Mox::MutatorReinstantiationException(
           fmt::format("{}: row {} exists with other arguments; delete it before re-creating it",
-                      entryType, index.toString()));
+                      entryType, indexText(index)));
     }
     auto entry = Quill::make<Entry>(index, args...);
     map_.insert(entry);

@@ -4,7 +4,19 @@ namespace QosSnmp {
 
 Mox::AllocationTracker QosMib::memAllocationTracker_("QosSnmp::QosMib");
 
-QosMib::~QosMib() { classMapTableDelAll(); }
+QosMib::~QosMib() {
+  classMapTableDelAll();
+  classMapMatchTableDelAll();
+  policyMapTableDelAll();
+  policyMapClassTableDelAll();
+  policyMapActionTableDelAll();
+  servicePolicyTableDelAll();
+  qosStatsTableDelAll();
+  qosPerIntfStatsTableDelAll();
+  qosPolicerStatsTableDelAll();
+  ecnCounterTableDelAll();
+  ecnQueueCounterTableDelAll();
+}
 
 Quill::Ptr<Qos::ClassMapStatus const> QosMib::cmapByStaticType(
     Qos::ClassMapCpStaticType type) const {
@@ -44,8 +56,12 @@ void QosMib::cmapByStaticTypeDelAll() {
   }
 }
 
-Quill::Ptr<QosMib> qosMibFactory(Quill::String name) { return Quill::make<QosMib>(std::move(name)); }
+Quill::Ptr<QosMib> qosMibFactory(Quill::String name) {
+  return Quill::make<QosMib>(std::move(name));
+}
 
-Quill::Ptr<QosMib> QosMibIs(Quill::String name) { return qosMibFactory(std::move(name)); }
+Quill::Ptr<QosMib> QosMibIs(Quill::String name) {
+  return qosMibFactory(std::move(name));
+}
 
 }  // namespace QosSnmp

@@ -8,11 +8,14 @@
 #pragma once
 
 #include "ClassMapEntries.h"
+#include "EcnEntries.h"
 #include "MibTable.h"
 #include "Mox/AllocationTracker.h"
 #include "Mox/Entity.h"
 #include "Mox/HashMap.h"
+#include "PolicyMapEntries.h"
 #include "Qos/ClassMapStatus.h"
+#include "StatsEntries.h"
 
 namespace QosSnmp {
 
@@ -39,6 +42,17 @@ class QosMib : public Mox::Entity, private Mox::Tracked<QosMib> {
   static Mox::AllocationTracker memAllocationTracker_;
 
   QOSSNMP_MIB_TABLE(classMapTable, ClassMapTableEntry, classMapTableAttr)
+  QOSSNMP_MIB_TABLE(classMapMatchTable, ClassMapMatchTableEntry, classMapMatchTableAttr)
+  QOSSNMP_MIB_TABLE(policyMapTable, PolicyMapTableEntry, policyMapTableAttr)
+  QOSSNMP_MIB_TABLE(policyMapClassTable, PolicyMapClassTableEntry, policyMapClassTableAttr)
+  QOSSNMP_MIB_TABLE(policyMapActionTable, PolicyMapActionTableEntry, policyMapActionTableAttr)
+  QOSSNMP_MIB_TABLE(servicePolicyTable, ServicePolicyTableEntry, servicePolicyTableAttr)
+  QOSSNMP_MIB_TABLE(qosStatsTable, QosStatsTableEntry, qosStatsTableAttr)
+  QOSSNMP_MIB_TABLE(qosPerIntfStatsTable, QosPerIntfStatsTableEntry, qosPerIntfStatsTableAttr)
+  QOSSNMP_MIB_TABLE(qosPolicerStatsTable, QosPolicerStatsTableEntry, qosPolicerStatsTableAttr)
+  // Keyed by the counter's descriptor.
+  QOSSNMP_MIB_TABLE(ecnCounterTable, EcnCounterTableEntry, ecnCounterTableAttr)
+  QOSSNMP_MIB_TABLE(ecnQueueCounterTable, EcnQueueCounterTableEntry, ecnQueueCounterTableAttr)
 
   using CmapByStaticType =
       Mox::HashMap2018<Qos::ClassMapCpStaticType, Quill::Ptr<Qos::ClassMapStatus const>>;

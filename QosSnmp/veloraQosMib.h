@@ -27,3 +27,72 @@ void initialize_table_veloraClassMapTable(Quill::Ptr<Snmp::Config const> config,
 int veloraClassMapTable_handler(netsnmp_mib_handler* handler, netsnmp_handler_registration* reginfo,
                                 netsnmp_agent_request_info* reqinfo,
                                 netsnmp_request_info* requests);
+
+void initialize_table_veloraClassMapMatchTable(Quill::Ptr<Snmp::Config const> config,
+                                               Quill::String context);
+int veloraClassMapMatchTable_handler(netsnmp_mib_handler* handler,
+                                     netsnmp_handler_registration* reginfo,
+                                     netsnmp_agent_request_info* reqinfo,
+                                     netsnmp_request_info* requests);
+
+void initialize_table_veloraPolicyMapTable(Quill::Ptr<Snmp::Config const> config,
+                                           Quill::String context);
+int veloraPolicyMapTable_handler(netsnmp_mib_handler* handler,
+                                 netsnmp_handler_registration* reginfo,
+                                 netsnmp_agent_request_info* reqinfo,
+                                 netsnmp_request_info* requests);
+
+void initialize_table_veloraPolicyMapClassTable(Quill::Ptr<Snmp::Config const> config,
+                                                Quill::String context);
+int veloraPolicyMapClassTable_handler(netsnmp_mib_handler* handler,
+                                      netsnmp_handler_registration* reginfo,
+                                      netsnmp_agent_request_info* reqinfo,
+                                      netsnmp_request_info* requests);
+
+void initialize_table_veloraPolicyMapActionTable(Quill::Ptr<Snmp::Config const> config,
+                                                 Quill::String context);
+int veloraPolicyMapActionTable_handler(netsnmp_mib_handler* handler,
+                                       netsnmp_handler_registration* reginfo,
+                                       netsnmp_agent_request_info* reqinfo,
+                                       netsnmp_request_info* requests);
+
+void initialize_table_veloraServicePolicyTable(Quill::Ptr<Snmp::Config const> config,
+                                               Quill::String context);
+int veloraServicePolicyTable_handler(netsnmp_mib_handler* handler,
+                                     netsnmp_handler_registration* reginfo,
+                                     netsnmp_agent_request_info* reqinfo,
+                                     netsnmp_request_info* requests);
+
+void initialize_table_veloraQosStatsTable(Quill::Ptr<Snmp::Config const> config,
+                                          Quill::String context);
+int veloraQosStatsTable_handler(netsnmp_mib_handler* handler, netsnmp_handler_registration* reginfo,
+                                netsnmp_agent_request_info* reqinfo,
+                                netsnmp_request_info* requests);
+
+void initialize_table_veloraEcnCounterTable(Quill::Ptr<Snmp::Config const> config,
+                                            Quill::String context);
+int veloraEcnCounterTable_handler(netsnmp_mib_handler* handler,
+                                  netsnmp_handler_registration* reginfo,
+                                  netsnmp_agent_request_info* reqinfo,
+                                  netsnmp_request_info* requests);
+
+void initialize_table_veloraEcnQueueCounterTable(Quill::Ptr<Snmp::Config const> config,
+                                                 Quill::String context);
+int veloraEcnQueueCounterTable_handler(netsnmp_mib_handler* handler,
+                                       netsnmp_handler_registration* reginfo,
+                                       netsnmp_agent_request_info* reqinfo,
+                                       netsnmp_request_info* requests);
+
+void initialize_table_veloraQosPolicerStatsTable(Quill::Ptr<Snmp::Config const> config,
+                                                 Quill::String context);
+int veloraQosPolicerStatsTable_handler(netsnmp_mib_handler* handler,
+                                       netsnmp_handler_registration* reginfo,
+                                       netsnmp_agent_request_info* reqinfo,
+                                       netsnmp_request_info* requests);
+
+void initialize_table_veloraQosPerIntfStatsTable(Quill::Ptr<Snmp::Config const> config,
+                                                 Quill::String context);
+int veloraQosPerIntfStatsTable_handler(netsnmp_mib_handler* handler,
+                                       netsnmp_handler_registration* reginfo,
+                                       netsnmp_agent_request_info* reqinfo,
+                                       netsnmp_request_info* requests);
