@@ -195,8 +195,8 @@ inline constexpr IndexComponent<Snmp::String> ecnDescriptorComponent = {
     },
     [](Snmp::String& index, const netsnmp_variable_list& var) {
       index = Snmp::AsnOctetStringToSnmpString(var.val.string, var.val_len);
-      return index.str();
-    }};
+    },
+    [](const Snmp::String& index) { return index.str(); }};
 
 struct EcnCounterTable : Base {
   using Entry = EcnCounterTableEntry;

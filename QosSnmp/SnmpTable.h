@@ -359,8 +359,9 @@ class SnmpTable {
                component.mibName, component.asnType, var->type);
       } else {
         try {
-          std::string value = component.decode(key, *var);
-          QTRACE(snmpTrace(), 2, "hint component {} is '{}'", component.mibName, value);
+          component.decode(key, *var);
+          QTRACE(snmpTrace(), 2, "hint component {} is '{}'", component.mibName,
+                 component.print(key));
           ++good;
         } catch (const Quill::RangeException& e) {
           QTRACE(snmpTrace(), 0, "hint for index {} of {} is out of range! {}", component.mibName,

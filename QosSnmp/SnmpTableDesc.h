@@ -33,9 +33,11 @@ struct IndexComponent {
   int maxLen;  // octet strings: the longest value the index carries
   // Encodes the component of `index` into buf (length, or negative on failure).
   int (*encode)(const Index& index, unsigned char* buf, int size, int maxLen);
-  // Stores a request varbind's value into the component of `index` and returns it as text for
-  // traces; raises Quill::RangeException when the value is out of range for the component.
-  std::string (*decode)(Index& index, const netsnmp_variable_list& var);
+  // Stores a request varbind's value into the component of `index`; raises
+  // Quill::RangeException when the value is out of range for the component.
+  void (*decode)(Index& index, const netsnmp_variable_list& var);
+  // The component of `index` as text, for traces.
+  std::string (*print)(const Index& index);
 };
 
 // One served column.
@@ -65,8 +67,8 @@ constexpr IndexComponent<Index> stringComponent(const char* mibName, const char*
           },
           [](Index& index, const netsnmp_variable_list& var) {
             index.*Field = Snmp::AsnOctetStringToSnmpString(var.val.string, var.val_len);
-            return std::string((index.*Field).str());
-          }};
+          },
+          [](const Index& index) { return (index.*Field).str(); }};
 }
 
 // Enumeration component with its forward and reverse conversions.
@@ -81,8 +83,8 @@ constexpr IndexComponent<Index> enumComponent(const char* mibName, const char* a
           },
           [](Index& index, const netsnmp_variable_list& var) {
             index.*Field = FromAsn(var.val.integer);
-            return Mox::enumName(index.*Field);
-          }};
+          },
+          [](const Index& index) { return Mox::enumName(index.*Field); }};
 }
 
 // Plain 32-bit integer component (ifIndex, queue, sequence number).
@@ -97,8 +99,8 @@ constexpr IndexComponent<Index> integerComponent(const char* mibName, const char
           },
           [](Index& index, const netsnmp_variable_list& var) {
             index.*Field = Snmp::AsnUnsignedToU32(var.val.integer);
-            return std::to_string(index.*Field);
-          }};
+          },
+          [](const Index& index) { return std::to_string(index.*Field); }};
 }
 
 // --- columns ---
