@@ -1,0 +1,138 @@
+#include "EventLoop.h"
+
+#include <fcntl.h>
+#include <sys/select.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+
+#include <net-snmp/net-snmp-config.h>
+#include <net-snmp/net-snmp-includes.h>
+#include <net-snmp/agent/net-snmp-agent-includes.h>
+
+#include "Quill/Assert.h"
+
+namespace Agent {
+
+namespace {
+
+constexpr int handledSignals[] = {SIGTERM, SIGINT, SIGHUP};
+
+int writeEnd = -1;  // the signal handler's only state
+
+extern "C" void onSignal(int signal) {
+  int savedErrno = errno;
+  auto byte = static_cast<unsigned char>(signal);
+  [[maybe_unused]] ssize_t ignored = write(writeEnd, &byte, 1);
+  errno = savedErrno;
+}
+
+void setNonBlocking(int fd) {
+  int flags = fcntl(fd, F_GETFL);
+  QUILL_ASSERT(flags >= 0 && fcntl(fd, F_SETFL, flags | O_NONBLOCK) == 0);
+  QUILL_ASSERT(fcntl(fd, F_SETFD, FD_CLOEXEC) == 0);
+}
+
+void setDisposition(int signal, void (*handler)(int)) {
+  struct sigaction action = {};
+  action.sa_handler = handler;
+  sigemptyset(&action.sa_mask);
+  action.sa_flags = SA_RESTART;
+  QUILL_ASSERT(sigaction(signal, &action, nullptr) == 0);
+}
+
+unsigned long drain(int fd) {
+  unsigned long signals = 0;
+  unsigned char bytes[64];
+  ssize_t n;
+  while ((n = read(fd, bytes, sizeof bytes)) > 0) {
+    for (ssize_t i = 0; i < n; ++i) {
+      signals |= 1UL << bytes[i];
+    }
+  }
+  return signals;
+}
+
+extern "C" void onTickAlarm(unsigned int /*reg*/, void* clientarg) {
+  (*static_cast<const std::function<void()>*>(clientarg))();
+}
+
+}  // namespace
+
+EventLoop::EventLoop() {
+  QUILL_ASSERT(writeEnd == -1 && "one EventLoop per process");
+  QUILL_ASSERT(pipe(signalPipe_) == 0);
+  setNonBlocking(signalPipe_[0]);
+  setNonBlocking(signalPipe_[1]);
+  writeEnd = signalPipe_[1];
+  for (int signal : handledSignals) {
+    setDisposition(signal, onSignal);
+  }
+}
+
+EventLoop::~EventLoop() {
+  for (int signal : handledSignals) {
+    setDisposition(signal, SIG_DFL);
+  }
+  writeEnd = -1;
+  close(signalPipe_[0]);
+  close(signalPipe_[1]);
+}
+
+int EventLoop::run(const Callbacks& callbacks) {
+  unsigned int tickAlarm = 0;
+  if (callbacks.tick) {
+    tickAlarm = snmp_alarm_register(1, SA_REPEAT, onTickAlarm,
+                                    const_cast<std::function<void()>*>(&callbacks.tick));
+    QUILL_ASSERT(tickAlarm != 0);
+  }
+  int stoppedBy = 0;
+  while (stoppedBy == 0) {
+    unsigned long signals = serveOnce();
+    if (signals & (1UL << SIGHUP)) {
+      callbacks.reload();
+    }
+    for (int stop : {SIGTERM, SIGINT}) {
+      if (signals & (1UL << stop)) {
+        stoppedBy = stop;
+      }
+    }
+  }
+  if (tickAlarm != 0) {
+    snmp_alarm_unregister(tickAlarm);
+  }
+  return stoppedBy;
+}
+
+unsigned long EventLoop::serveOnce() {
+  int numfds = 0;
+  fd_set readfds;
+  FD_ZERO(&readfds);
+  timeval timeout = {};
+  int block = 1;
+  snmp_select_info(&numfds, &readfds, &timeout, &block);
+  int signalFd = signalPipe_[0];
+  FD_SET(signalFd, &readfds);
+  numfds = std::max(numfds, signalFd + 1);
+
+  int count = select(numfds, &readfds, nullptr, nullptr, block ? nullptr : &timeout);
+  unsigned long signals = 0;
+  if (count > 0) {
+    if (FD_ISSET(signalFd, &readfds)) {
+      signals = drain(signalFd);
+      FD_CLR(signalFd, &readfds);
+    }
+    snmp_read(&readfds);
+  } else if (count == 0) {
+    snmp_timeout();
+  } else if (errno != EINTR) {
+    snmp_log_perror("qossnmpd: select");
+  }
+  run_alarms();
+  netsnmp_check_outstanding_agent_requests();
+  return signals;
+}
+
+}  // namespace Agent

@@ -1,0 +1,100 @@
+// qossnmpd: serves the QoS plug-in's MIB modules from a state file, as a master agent or as an
+// AgentX sub-agent. See `qossnmpd --help`.
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <net-snmp/net-snmp-config.h>
+#include <net-snmp/net-snmp-includes.h>
+
+#include <fmt/format.h>
+
+#include "EventLoop.h"
+#include "MibModules.h"
+#include "Options.h"
+#include "PlatformSetup.h"
+#include "SnmpAgent.h"
+#include "StatusSource.h"
+
+namespace {
+
+constexpr int exitBadState = 1;
+constexpr int exitUsage = 2;
+
+// The bundled files, found relative to the executable: <prefix>/bin/qossnmpd uses
+// <prefix>/etc/qossnmpd.conf and <prefix>/share/qossnmp/examples/default.json, in the build
+// tree and once installed alike.
+Agent::Defaults bundledDefaults() {
+  std::error_code error;
+  std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", error);
+  std::filesystem::path prefix = error ? std::filesystem::path("..") : exe.parent_path() / "..";
+  prefix = prefix.lexically_normal();
+  return {(prefix / "etc/qossnmpd.conf").string(),
+          (prefix / "share/qossnmp/examples/default.json").string()};
+}
+
+void reloadState(StateSim::StatusSource& source, const std::string& path) {
+  try {
+    source.load(path);
+    snmp_log(LOG_INFO, "qossnmpd: reloaded %s\n", path.c_str());
+  } catch (const StateSim::StateFileError& e) {
+    snmp_log(LOG_ERR, "qossnmpd: reload of %s failed: %s; keeping the previous state\n",
+             path.c_str(), e.what());
+  }
+}
+
+int serve(const Agent::Options& options) {
+  Agent::SnmpAgent snmp({options.listen, options.agentx, options.config});
+  auto root = Agent::setUpPlatform(options);
+  StateSim::StatusSource source(root);
+  try {
+    source.load(options.state);
+  } catch (const StateSim::StateFileError& e) {
+    fmt::print(stderr, "qossnmpd: {}\n", e.what());
+    return exitBadState;
+  }
+  Agent::declareMibModules(VELORA_ENTERPRISE_ARC);
+  Agent::MibModules modules(options.contexts);
+  modules.start();
+
+  Agent::EventLoop loop;
+  Agent::EventLoop::Callbacks callbacks;
+  callbacks.reload = [&] { reloadState(source, options.state); };
+  if (options.live) {
+    callbacks.tick = [&source] { source.tick(); };
+  }
+  snmp_log(LOG_INFO, "qossnmpd: ready on %s\n", snmp.endpoint().c_str());
+  int signal = loop.run(callbacks);
+  snmp_log(LOG_INFO, "qossnmpd: stopping on signal %d\n", signal);
+  modules.stop();
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const Agent::Defaults defaults = bundledDefaults();
+  Agent::Options options;
+  try {
+    options = Agent::parseOptions(std::vector<std::string>(argv + 1, argv + argc), defaults);
+  } catch (const Agent::OptionsError& e) {
+    fmt::print(stderr, "qossnmpd: {}\nTry 'qossnmpd --help'.\n", e.what());
+    return exitUsage;
+  }
+  if (options.help) {
+    fmt::print("{}", Agent::usage("qossnmpd", defaults));
+    return 0;
+  }
+  try {
+    return serve(options);
+  } catch (const Agent::SnmpAgentError& e) {
+    fmt::print(stderr, "qossnmpd: {}\n", e.what());
+    return 1;
+  } catch (const std::invalid_argument& e) {
+    fmt::print(stderr, "qossnmpd: {}\n", e.what());
+    return exitUsage;
+  }
+}
