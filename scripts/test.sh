@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Builds and tests QosSnmp:
+#   1. build/ (Debug): every test — unit, MIB checks and end-to-end — with ctest;
+#   2. build-asan/ (-DQOSSNMP_SANITIZE=ON): the unit tests under AddressSanitizer and
+#      UndefinedBehaviorSanitizer.
+# Installs missing Debian packages first. Exits non-zero if anything fails.
+set -euo pipefail
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+jobs=2
+
+"$root/scripts/install-deps.sh"
+
+echo "== build/ (Debug): unit, MIB and end-to-end tests" >&2
+cmake -S "$root" -B "$root/build" -DCMAKE_BUILD_TYPE=Debug
+cmake --build "$root/build" -j"$jobs"
+(cd "$root/build" && ctest --output-on-failure -j1)
+
+echo "== build-asan/: unit tests under ASan and UBSan" >&2
+cmake -S "$root" -B "$root/build-asan" -DCMAKE_BUILD_TYPE=Debug -DQOSSNMP_SANITIZE=ON
+cmake --build "$root/build-asan" -j"$jobs"
+(cd "$root/build-asan" &&
+    ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
+    UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+    ctest --output-on-failure -L unit -j1)
