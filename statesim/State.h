@@ -1,53 +1,204 @@
 // StateSim::State: what the switch's QoS agent publishes, as read from a JSON state file.
 //
-// A state file is one JSON object. Its members name the kinds of status the agent holds; each
-// is an array of objects whose unknown members are rejected, so a typo is an error and not a
-// silently missing row:
+// A state file is one JSON object; every member is optional and names one section:
 //
-//   {
-//     "classMaps": [
-//       { "id": "CM-VOICE", "type": "qos", "name": "voice", "matchCondition": "all" },
-//       { "id": "copp-system-bgp", "type": "controlPlane", "staticType": "bgp" }
-//     ]
-//   }
+//   hardware         the QoS capabilities of the switch (HardwareState)
+//   interfaces       the interfaces with their ifIndex and port-channel members
+//   classMaps        class maps with their match rules
+//   policyMaps       policy maps with their classes and each class's actions
+//   servicePolicies  which policy map is applied on which interface in which direction
+//   classCounters    counters of a class of an applied policy map, per direction
+//   ecnCounters      named chip-level ECN counters
+//   ecnQueues        per-queue ECN counters of an interface
 //
-// Class map members: "id" (required, at most 255 bytes; the MIB serves the first 40), "type"
-// (required: "controlPlane", "qos" or "qosStatic"), "name" (default: the id),
-// "matchCondition" ("any", the default, or "all"), "staticType" (control-plane maps only: the
-// built-in purpose "bgp", "ospf", "arp", "igmp", "lacp" or "lldp", each on one map at most).
-// (id, type) identifies a class map; it appears at most once, and an id is not both a "qos" and
-// a "qosStatic" map (the MIB reports both kinds as qos maps).
-//
-// parseState() and readStateFile() validate everything, so applying a State never fails on its
-// content. Errors are StateFileError: the file, where in it (line and column for malformed
+// docs/state-file.md describes every member. Objects reject unknown members, so a typo is an
+// error and not a silently missing row. parseState() and readStateFile() validate everything,
+// including the references between sections (a policy map class names an existing class map, a
+// service policy an existing interface and policy map, ...), so applying a State never fails on
+// its content. Errors are StateFileError: the file, where in it (line and column for malformed
 // JSON, a JSON pointer such as "/classMaps/2/type" for a bad field) and what is wrong.
 #pragma once
 
 #include <map>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
+#include "Acl/Ecn.h"
+#include "Linko/IntfId.h"
+#include "Qos/ClassMapMatch.h"
+#include "Qos/PolicyMapStatus.h"
 #include "Qos/Types.h"
 #include "QosMibIndexes.h"
 #include "Quill/String.h"
 
 namespace StateSim {
 
+// Identifiers of class and policy maps are at most this long: the MIB's index length.
+inline constexpr size_t maxMapIdLength = 40;
+// ECN counter descriptors are at most this long.
+inline constexpr size_t maxEcnDescriptorLength = 32;
+
+struct HardwareState {
+  bool coppBpsSupported = false;
+  bool coppKbpsSupported = true;
+  // Defaults of the ECN queue members of the same names.
+  bool useEcnCountersShoal = false;
+  bool ecnQLocallyMarkedSupported = false;
+
+  friend bool operator==(const HardwareState&, const HardwareState&) = default;
+};
+
+struct InterfaceState {
+  U32 ifIndex = 0;
+  std::vector<Linko::IntfId> members;  // port channels only
+
+  friend bool operator==(const InterfaceState&, const InterfaceState&) = default;
+};
+
+struct MatchState {
+  U32 type = Qos::matchIpAccessGroup_;
+  Mox::String name;
+  // matchDscpEcn_ rules.
+  U8 dscp = Qos::ClassMapMatchDscpEcn::dscpNone;
+  bool dscpNamed = false;
+  Acl::Ecn ecn = Acl::Ecn::ecnDontCare_;
+  std::set<Qos::DscpRange> dscpRanges;
+  // matchVlan_ rules: value/mask form when vlanValueMask, else ranges.
+  bool vlanValueMask = false;
+  U16 vlanValue = 0;
+  U16 vlanMask = 0;
+  std::set<Qos::VlanRange> vlanRanges;
+
+  friend bool operator==(const MatchState&, const MatchState&) = default;
+};
+
 struct ClassMapState {
   Mox::String name;
   Qos::ClassMapMatchCondition matchCondition = Qos::ClassMapMatchCondition::matchConditionAny_;
   std::optional<Qos::ClassMapCpStaticType> staticType;
+  std::map<U32, MatchState> matches;  // by match index
 
   friend bool operator==(const ClassMapState&, const ClassMapState&) = default;
 };
 
+struct ActionState {
+  U32 value = 0;
+  std::optional<Mox::String> reference;  // a shared profile the value comes from
+
+  friend bool operator==(const ActionState&, const ActionState&) = default;
+};
+
+struct PolicyClassState {
+  Snmp::String classMapId;
+  std::map<Qos::ActionType, ActionState> actions;
+
+  friend bool operator==(const PolicyClassState&, const PolicyClassState&) = default;
+};
+
+struct PolicyMapState {
+  Mox::String name;
+  std::map<U32, PolicyClassState> classes;  // by class index
+
+  friend bool operator==(const PolicyMapState&, const PolicyMapState&) = default;
+};
+
+struct ServicePolicyState {
+  Snmp::String policyMapId;
+  Qos::MapType policyMapType = Qos::MapType::mapQos_;
+
+  friend bool operator==(const ServicePolicyState&, const ServicePolicyState&) = default;
+};
+
+struct Counts {
+  U64 dropPkts = 0;
+  U64 dropBytes = 0;
+  U64 outPkts = 0;
+  U64 outBytes = 0;
+
+  friend bool operator==(const Counts&, const Counts&) = default;
+};
+
+struct HwCounts : Counts {
+  // Unset rates are Qos::Action::rateNotSet; for control-plane classes they default to the
+  // values of the class's shape and bandwidth actions.
+  std::optional<U32> shapeRate;
+  std::optional<U32> bandwidthRate;
+
+  friend bool operator==(const HwCounts&, const HwCounts&) = default;
+};
+
+struct PolicerCounts {
+  U64 droppedPkts = 0;
+  U64 conformPkts = 0;
+  U64 exceedPkts = 0;
+  U64 droppedBytes = 0;
+  U64 totalBytes = 0;
+
+  friend bool operator==(const PolicerCounts&, const PolicerCounts&) = default;
+};
+
+struct ClassCountersState {
+  Counts counts;
+  std::optional<HwCounts> hwStatus;
+  std::map<Linko::IntfId, Counts> interfaces;
+  std::map<Linko::IntfId, PolicerCounts> policers;
+
+  friend bool operator==(const ClassCountersState&, const ClassCountersState&) = default;
+};
+
+struct EcnCounterState {
+  U32 entity = 0;
+  U64 count = 0;
+
+  friend bool operator==(const EcnCounterState&, const EcnCounterState&) = default;
+};
+
+struct EcnQueueState {
+  bool enabled = true;
+  U64 pktCount = 0;
+  U64 locallyMarkedPktCount = 0;
+
+  friend bool operator==(const EcnQueueState&, const EcnQueueState&) = default;
+};
+
+struct EcnInterfaceState {
+  U32 slice = 0;
+  bool useEcnCountersShoal = false;
+  bool ecnQLocallyMarkedSupported = false;
+  std::map<U8, EcnQueueState> queues;  // by queue number
+
+  friend bool operator==(const EcnInterfaceState&, const EcnInterfaceState&) = default;
+};
+
+using ServicePolicyKey = std::pair<Linko::IntfId, Qos::Direction>;
+
 struct State {
+  HardwareState hardware;
+  std::map<Linko::IntfId, InterfaceState> interfaces;
   std::map<QosSnmp::ClassMapTableIndex, ClassMapState> classMaps;
+  std::map<QosSnmp::PolicyMapTableIndex, PolicyMapState> policyMaps;
+  std::map<ServicePolicyKey, ServicePolicyState> servicePolicies;
+  std::map<QosSnmp::QosStatsTableIndex, ClassCountersState> classCounters;
+  std::map<Snmp::String, EcnCounterState> ecnCounters;
+  std::map<Linko::IntfId, EcnInterfaceState> ecnQueues;
 
   friend bool operator==(const State&, const State&) = default;
 };
+
+// The classes of applied policy maps: for each (policy map, class map, direction), the
+// interfaces it is applied on. A service policy applies every class of its policy map on its
+// interface in its direction; a control-plane policy map is in force on the control plane, so
+// each of its classes is applied in the input direction even without a service policy.
+using AppliedClasses = std::map<QosSnmp::QosStatsTableIndex, std::set<Linko::IntfId>>;
+AppliedClasses appliedClasses(const State& state);
+
+// The class of a policy map that has `classMapId`, or null.
+const PolicyClassState* findClass(const PolicyMapState& policyMap, const Snmp::String& classMapId);
 
 class StateFileError : public std::runtime_error {
  public:

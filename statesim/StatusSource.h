@@ -1,28 +1,33 @@
 // StateSim::StatusSource: plays the switch's QoS agent and the QoS MIB's writer.
 //
-// It owns the QoS agent's status objects (one Qos::ClassMapStatus per class map of the state)
-// and the QosSnmp::QosMib entity, which it mounts at "snmp/qos/root" below the agent's root and
-// fills: one class map table row per class map, pointing at that class map's status, and the
-// cmapByStaticType member of each built-in control-plane class map.
+// It owns the QoS agent's status objects and the QosSnmp::QosMib entity, which it mounts at
+// "snmp/qos/root" below the agent's root and fills: all eleven QoS MIB tables, and the
+// cmapByStaticType member of each built-in control-plane class map. ConfigWriter, StatsWriter
+// and EcnWriter say which objects and rows a state makes.
 //
-// stateIs() applies a new State as key-level changes, as the real agent publishes edits: a class
-// map that stays keeps its status object and its row, and a changed name or match condition is
-// written into that status object in place (the row reads it at the next request); a class map
-// that goes loses its row; a new one gets a status object and a row. Nothing is touched for a
-// key whose state is unchanged, so a reload of the same file publishes no change at all.
+// stateIs() applies a new State as key-level changes, as the real agent publishes edits: a key
+// that stays keeps its status object and its row, and a changed value is written into that
+// status object in place (the row reads it at the next request); a row whose constructor
+// arguments change (another status object, a changed ifIndex or entity code) is deleted and
+// created again; a key that goes loses its objects and rows; a new key gets them. Nothing is
+// touched for a key whose state is unchanged, so a reload of the same file publishes no change
+// at all and keeps the counts tick() has advanced.
 //
 // load() reads, parses and applies a state file. A bad file raises StateFileError and leaves the
-// state in force as it was. Single-threaded: the agent's thread, between SNMP requests.
+// state in force as it was. tick() advances the counters by one second of traffic (the agent
+// calls it once a second under --live). Single-threaded: the agent's thread, between SNMP
+// requests.
 #pragma once
 
-#include <map>
 #include <string>
 
+#include "ConfigWriter.h"
 #include "Cordb/Dir.h"
-#include "Qos/ClassMapStatus.h"
+#include "EcnWriter.h"
 #include "QosMib.h"
 #include "Quill/Ptr.h"
 #include "State.h"
+#include "StatsWriter.h"
 
 namespace StateSim {
 
@@ -42,19 +47,26 @@ class StatusSource {
   // The state in force (empty before the first stateIs or load).
   const State& state() const noexcept { return state_; }
   // The status object of a class map, or null.
-  Quill::Ptr<Qos::ClassMapStatus const> classMap(const QosSnmp::ClassMapTableIndex& index) const;
+  Quill::Ptr<Qos::ClassMapStatus const> classMap(const QosSnmp::ClassMapTableIndex& index) const {
+    return config_.classMap(index);
+  }
+  const ConfigWriter& config() const noexcept { return config_; }
+  const StatsWriter& stats() const noexcept { return stats_; }
+  const EcnWriter& ecn() const noexcept { return ecn_; }
 
   void stateIs(const State& state);
   // Reads the state file at `path` and applies it; on StateFileError nothing changes.
   void load(const std::string& path);
+  // Advances every counter by one second of traffic.
+  void tick();
 
  private:
-  void classMapsIs(const State& state);
-
   Quill::Ptr<Cordb::Dir> root_;
   Quill::Ptr<QosSnmp::QosMib> qosMib_;
   State state_;
-  std::map<QosSnmp::ClassMapTableIndex, Quill::Ptr<Qos::ClassMapStatus>> classMaps_;
+  StatsWriter stats_;
+  ConfigWriter config_;
+  EcnWriter ecn_;
 };
 
 }  // namespace StateSim

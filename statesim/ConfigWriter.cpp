@@ -1,0 +1,154 @@
+#include "ConfigWriter.h"
+
+#include <map>
+#include <set>
+#include <tuple>
+#include <vector>
+
+#include "RowSync.h"
+#include "StateSimTrace.h"
+
+namespace StateSim {
+
+namespace {
+
+void writeMatch(Qos::ClassMapMatch& match, const MatchState& spec) {
+  match.typeIs(spec.type);
+  match.nameIs(spec.name);
+  if (spec.type == Qos::matchDscpEcn_) {
+    match.dscpEcnIs(
+        Qos::ClassMapMatchDscpEcn{spec.dscp, spec.ecn, spec.dscpNamed, spec.dscpRanges});
+  } else {
+    match.dscpEcnIs(std::nullopt);
+  }
+  if (spec.type == Qos::matchVlan_) {
+    match.vlanIs(
+        Qos::ClassMapMatchVlan{spec.vlanValue, spec.vlanMask, spec.vlanValueMask, spec.vlanRanges});
+  } else {
+    match.vlanIs(std::nullopt);
+  }
+}
+
+}  // namespace
+
+void ConfigWriter::stateIs(const State& state, const StatsWriter& stats, QosSnmp::QosMib& mib) {
+  hwStatus_->coppBpsSupportedIs(state.hardware.coppBpsSupported);
+  hwStatus_->coppKbpsSupportedIs(state.hardware.coppKbpsSupported);
+  classMapsIs(state, mib);
+  policyMapsIs(state, stats, mib);
+  servicePoliciesIs(state, mib);
+  classMaps_.sweep();
+  matches_.sweep();
+  policyMaps_.sweep();
+  classActions_.sweep();
+  actions_.sweep();
+  profiles_.sweep();
+}
+
+void ConfigWriter::classMapsIs(const State& state, QosSnmp::QosMib& mib) {
+  using ClassMapPtr = Quill::Ptr<Qos::ClassMapStatus const>;
+  std::map<QosSnmp::ClassMapTableIndex, std::tuple<ClassMapPtr>> classMapRows;
+  std::map<QosSnmp::ClassMapMatchTableIndex,
+           std::tuple<ClassMapPtr, Quill::Ptr<Qos::ClassMapMatch const>>>
+      matchRows;
+  std::map<Qos::ClassMapCpStaticType, ClassMapPtr> byStaticType;
+  for (const auto& [index, classMap] : state.classMaps) {
+    ClassMapPtr status = classMaps_.is(
+        index, classMap, [&] { return Quill::make<Qos::ClassMapStatus>(classMap.name); },
+        [](Qos::ClassMapStatus& s, const ClassMapState& spec) {
+          s.nameIs(spec.name);
+          s.matchConditionIs(spec.matchCondition);
+        });
+    classMapRows[index] = {status};
+    if (classMap.staticType) {
+      byStaticType[*classMap.staticType] = status;
+    }
+    for (const auto& [matchIndex, match] : classMap.matches) {
+      QosSnmp::ClassMapMatchTableIndex key(index.classMapId, index.classMapType, matchIndex);
+      auto object = matches_.is(
+          key, match, [&] { return Quill::make<Qos::ClassMapMatch>(match.type, match.name); },
+          writeMatch);
+      matchRows[key] = {status, object};
+    }
+  }
+  STATESIM_SYNC_ROWS(mib, classMapTable, classMapRows);
+  STATESIM_SYNC_ROWS(mib, classMapMatchTable, matchRows);
+
+  std::vector<Qos::ClassMapCpStaticType> staticTypesGone;
+  for (const auto& [type, status] : mib.cmapByStaticType()) {
+    if (!byStaticType.contains(type)) {
+      staticTypesGone.push_back(type);
+    }
+  }
+  for (Qos::ClassMapCpStaticType type : staticTypesGone) {
+    QTRACE(trace(), 7, "Deleting static class map {}", Mox::enumName(type));
+    mib.cmapByStaticTypeDel(type);
+  }
+  for (const auto& [type, status] : byStaticType) {
+    mib.cmapByStaticTypeIs(type, status);
+  }
+}
+
+void ConfigWriter::policyMapsIs(const State& state, const StatsWriter& stats,
+                                QosSnmp::QosMib& mib) {
+  using PolicyMapPtr = Quill::Ptr<Qos::PolicyMapStatus const>;
+  std::map<QosSnmp::PolicyMapTableIndex, std::tuple<PolicyMapPtr>> policyMapRows;
+  std::map<QosSnmp::PolicyMapClassTableIndex, std::tuple<PolicyMapPtr, Snmp::String>> classRows;
+  std::map<QosSnmp::PolicyMapActionTableIndex,
+           std::tuple<Quill::Ptr<Qos::ClassAction const>, Quill::Ptr<Qos::Action const>,
+                      Quill::Ptr<Qos::ClassMapHwStatus const>, Quill::Ptr<Qos::HwStatus const>>>
+      actionRows;
+  for (const auto& [index, policyMap] : state.policyMaps) {
+    PolicyMapPtr status = policyMaps_.is(
+        index, policyMap.name, [&] { return Quill::make<Qos::PolicyMapStatus>(policyMap.name); },
+        [](Qos::PolicyMapStatus& s, const Mox::String& name) { s.nameIs(name); });
+    policyMapRows[index] = {status};
+    bool controlPlane = index.policyMapType == Qos::MapType::mapControlPlane_;
+    for (const auto& [classIndex, policyClass] : policyMap.classes) {
+      const Snmp::String& classMapId = policyClass.classMapId;
+      classRows[QosSnmp::PolicyMapClassTableIndex(index.policyMapId, index.policyMapType,
+                                                  classIndex)] = {status, classMapId};
+      auto classAction = classActions_.is(ClassActionKey(index, classMapId), [&] {
+        return Quill::make<Qos::ClassAction>(classMapId.str());
+      });
+      // The control plane applies its policy maps in the input direction.
+      auto hwStatus = controlPlane ? stats.classMapHwStatus(QosSnmp::QosStatsTableIndex(
+                                         index.policyMapId, index.policyMapType, classMapId,
+                                         Qos::Direction::directionInput_))
+                                   : nullptr;
+      for (const auto& [type, action] : policyClass.actions) {
+        QosSnmp::PolicyMapActionTableIndex key(index.policyMapId, index.policyMapType, classMapId,
+                                               type);
+        Quill::Ptr<ActionProfile const> profile;
+        if (action.reference) {
+          profile = profiles_.is(*action.reference,
+                                 [&] { return Quill::make<ActionProfile>(*action.reference); });
+        }
+        auto object = actions_.is(
+            key, action, [] { return Quill::make<Qos::Action>(); },
+            [&](Qos::Action& a, const ActionState& spec) {
+              a.valueIs(spec.value);
+              a.referenceIs(profile);
+            });
+        actionRows[key] = {classAction, object, hwStatus, hwStatus_};
+      }
+    }
+  }
+  STATESIM_SYNC_ROWS(mib, policyMapTable, policyMapRows);
+  STATESIM_SYNC_ROWS(mib, policyMapClassTable, classRows);
+  STATESIM_SYNC_ROWS(mib, policyMapActionTable, actionRows);
+}
+
+void ConfigWriter::servicePoliciesIs(const State& state, QosSnmp::QosMib& mib) {
+  std::map<QosSnmp::ServicePolicyTableIndex, std::tuple<Snmp::String, Qos::ServicePolicyKey>> rows;
+  for (const auto& [key, policy] : state.servicePolicies) {
+    const auto& [intf, direction] = key;
+    const PolicyMapState& policyMap =
+        state.policyMaps.at({policy.policyMapId, policy.policyMapType});
+    rows[QosSnmp::ServicePolicyTableIndex(state.interfaces.at(intf).ifIndex, direction)] = {
+        policy.policyMapId, Qos::ServicePolicyKey{policyMap.name, policy.policyMapType, direction}};
+  }
+  STATESIM_SYNC_ROWS(mib, servicePolicyTable, rows);
+}
+
+}  // namespace StateSim

@@ -1,0 +1,65 @@
+// StateSim::ConfigWriter: the QoS agent's configuration status (class maps and their match
+// rules, policy maps, their classes and actions, the hardware capabilities) and the QoS MIB's
+// configuration tables: class map, class map match, policy map, policy map class, policy map
+// action and service policy, plus the built-in control-plane class maps by static type.
+//
+// Rows derive from the configuration as the QoS agent derives them: a class map row per class
+// map, a match row per match rule, a policy map row per policy map, a class row per class of a
+// policy map, an action row per action of a class, a service policy row per interface and
+// direction a policy map is applied in. An action row of a control-plane policy map reads its
+// rate from the class's hardware status in the input direction (the control plane), when the
+// state gives one.
+// Single-threaded.
+#pragma once
+
+#include "Qos/ClassMapMatch.h"
+#include "Qos/ClassMapStatus.h"
+#include "Qos/HwStatus.h"
+#include "Qos/PolicyMapStatus.h"
+#include "QosMib.h"
+#include "State.h"
+#include "StatsWriter.h"
+#include "StatusObjects.h"
+
+namespace StateSim {
+
+// A shared profile an action takes its value from (Qos::Action::reference()).
+class ActionProfile : public Quill::Object {
+ public:
+  explicit ActionProfile(Mox::String name) : name_(std::move(name)) {}
+  const Mox::String& name() const noexcept { return name_; }
+
+ private:
+  Mox::String name_;
+};
+
+class ConfigWriter {
+ public:
+  ConfigWriter() : hwStatus_(Quill::make<Qos::HwStatus>(false, true)) {}
+
+  // Applies `state` and writes the configuration tables of `mib`; `stats` has applied the
+  // same state already (action rows read its hardware statuses).
+  void stateIs(const State& state, const StatsWriter& stats, QosSnmp::QosMib& mib);
+
+  Quill::Ptr<Qos::ClassMapStatus const> classMap(const QosSnmp::ClassMapTableIndex& index) const {
+    return classMaps_.find(index);
+  }
+  const Quill::Ptr<Qos::HwStatus>& hwStatus() const noexcept { return hwStatus_; }
+
+ private:
+  void classMapsIs(const State& state, QosSnmp::QosMib& mib);
+  void policyMapsIs(const State& state, const StatsWriter& stats, QosSnmp::QosMib& mib);
+  void servicePoliciesIs(const State& state, QosSnmp::QosMib& mib);
+
+  using ClassActionKey = std::pair<QosSnmp::PolicyMapTableIndex, Snmp::String>;
+
+  Quill::Ptr<Qos::HwStatus> hwStatus_;
+  StatusObjects<QosSnmp::ClassMapTableIndex, Qos::ClassMapStatus, ClassMapState> classMaps_;
+  StatusObjects<QosSnmp::ClassMapMatchTableIndex, Qos::ClassMapMatch, MatchState> matches_;
+  StatusObjects<QosSnmp::PolicyMapTableIndex, Qos::PolicyMapStatus, Mox::String> policyMaps_;
+  StatusObjects<ClassActionKey, Qos::ClassAction> classActions_;
+  StatusObjects<QosSnmp::PolicyMapActionTableIndex, Qos::Action, ActionState> actions_;
+  StatusObjects<Mox::String, ActionProfile> profiles_;
+};
+
+}  // namespace StateSim

@@ -1,0 +1,40 @@
+// StateSim::syncRows: brings one QoS MIB table to the rows a state calls for, key by key.
+//
+// `desired` maps each index to the row's constructor arguments (a tuple). A row that exists
+// with the same arguments (the same status objects, the same values) is left alone, so it
+// publishes nothing; a row whose arguments changed is deleted and created again (rows are
+// immutable); rows that are not desired are deleted; new ones are created. Deletions come first.
+#pragma once
+
+#include <map>
+#include <tuple>
+#include <vector>
+
+namespace StateSim {
+
+// REQUIRES: `is(index, args...)` creates a row of the table, `del(index)` deletes one.
+template <typename Rows, typename Index, typename Args, typename Is, typename Del>
+void syncRows(const Rows& rows, const std::map<Index, Args>& desired, Is&& is, Del&& del) {
+  std::vector<Index> stale;
+  for (const auto& row : rows) {
+    auto it = desired.find(row.index());
+    if (it == desired.end() ||
+        !std::apply([&](const auto&... args) { return row.sameArgs(args...); }, it->second)) {
+      stale.push_back(row.index());
+    }
+  }
+  for (const Index& index : stale) {
+    del(index);
+  }
+  for (const auto& [index, args] : desired) {
+    std::apply([&](const auto&... a) { is(index, a...); }, args);
+  }
+}
+
+}  // namespace StateSim
+
+// Syncs table `name` of QosMib `mib` (a reference) to `desired`.
+#define STATESIM_SYNC_ROWS(mib, name, desired)                                            \
+  ::StateSim::syncRows((mib).name(), (desired),                                           \
+                       [&](const auto& i, const auto&... a) { (mib).name##Is(i, a...); }, \
+                       [&](const auto& i) { (mib).name##Del(i); })

@@ -1,0 +1,94 @@
+#include "StateReader.h"
+
+#include "Quill/Exception.h"
+
+namespace StateSim {
+
+void Reader::fail(const std::string& where, const std::string& message) const {
+  throw StateFileError(file_, where.empty() ? "/" : where, message);
+}
+
+const Json::array_t& Reader::array(const Json& value, const std::string& where) const {
+  if (!value.is_array()) {
+    fail(where, fmt::format("expected an array, found {}", value.type_name()));
+  }
+  return value.get_ref<const Json::array_t&>();
+}
+
+const Json::object_t& Reader::object(const Json& value, const std::string& where) const {
+  if (!value.is_object()) {
+    fail(where, fmt::format("expected an object, found {}", value.type_name()));
+  }
+  return value.get_ref<const Json::object_t&>();
+}
+
+const std::string& Reader::string(const Json& value, const std::string& where) const {
+  if (!value.is_string()) {
+    fail(where, fmt::format("expected a string, found {}", value.type_name()));
+  }
+  return value.get_ref<const std::string&>();
+}
+
+bool Reader::boolean(const Json& value, const std::string& where) const {
+  if (!value.is_boolean()) {
+    fail(where, fmt::format("expected true or false, found {}", value.type_name()));
+  }
+  return value.get<bool>();
+}
+
+U64 Reader::number(const Json& value, const std::string& where, U64 max) const {
+  if (!value.is_number_unsigned() || value.get<U64>() > max) {
+    fail(where, fmt::format("expected a whole number from 0 to {}, found {}", max, value.dump()));
+  }
+  return value.get<U64>();
+}
+
+Linko::IntfId Reader::interface(const Json& value, const std::string& where) const {
+  const std::string& name = string(value, where);
+  try {
+    return Linko::IntfId::fromName(name);
+  } catch (const Quill::RangeException&) {
+    fail(where, fmt::format("'{}' is not an interface name (Ethernet<n>, Port-Channel<n>)", name));
+  }
+}
+
+JsonObject::JsonObject(const Reader& r, const Json& value, std::string where,
+                       std::initializer_list<std::string_view> known)
+    : r_(r), where_(std::move(where)) {
+  object_ = &r_.object(value, where_);
+  for (const auto& [name, member] : *object_) {
+    if (std::find(known.begin(), known.end(), name) == known.end()) {
+      r_.fail(at(name), "unknown member");
+    }
+  }
+}
+
+const Json* JsonObject::member(std::string_view name) const {
+  auto it = object_->find(std::string(name));
+  return it == object_->end() ? nullptr : &it->second;
+}
+
+const Json& JsonObject::required(std::string_view name) const {
+  const Json* v = member(name);
+  if (!v) {
+    r_.fail(where_, fmt::format("missing member '{}'", name));
+  }
+  return *v;
+}
+
+std::string JsonObject::string(std::string_view name, const std::string& otherwise) const {
+  const Json* v = member(name);
+  return v ? r_.string(*v, at(name)) : otherwise;
+}
+
+bool JsonObject::boolean(std::string_view name, bool otherwise) const {
+  const Json* v = member(name);
+  return v ? r_.boolean(*v, at(name)) : otherwise;
+}
+
+U64 JsonObject::number(std::string_view name, U64 max, U64 otherwise) const {
+  const Json* v = member(name);
+  return v ? r_.number(*v, at(name), max) : otherwise;
+}
+
+}  // namespace StateSim
