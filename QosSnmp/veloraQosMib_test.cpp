@@ -97,6 +97,7 @@ class ClassMapIteratorTest : public ::testing::Test {
       iinfo->free_loop_context_at_end(loop, iinfo);
     }
     snmp_free_varbind(put);
+    snmp_free_varbind(hint.indexes);
     Mib().classMapTableDelAll();
     unregister_veloraQosMib("");
   }
