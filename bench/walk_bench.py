@@ -1,0 +1,186 @@
+#!/usr/bin/python3
+"""Walk benchmark: the cost of a full snmpbulkwalk of veloraClassMapTable.
+
+For each table size N it writes a state file of N class maps, starts qossnmpd on a free
+loopback port (with iterator hints, and with --no-hint), runs
+
+    snmpbulkwalk -v2c -c public -On -Cr<reps> udp:127.0.0.1:<port> <veloraClassMapTable>
+
+and records the walk's wall time and the CPU time the agent spent on it (utime + stime from
+/proc/<pid>/stat, read before and after the walk). Build qossnmpd in Release first.
+
+    /usr/bin/python3 bench/walk_bench.py --qossnmpd build-e2e/bin/qossnmpd
+    /usr/bin/python3 bench/walk_bench.py --sizes 10000 100000 --no-hint-sizes 10000 \\
+        --no-hint-timeout 600
+
+A walk that ignores the hint is quadratic in N: without hints only the sizes in
+--no-hint-sizes are walked (default 10000), each cut after --no-hint-timeout seconds; a cut
+walk is reported as such, with the time it had run.
+"""
+
+from __future__ import annotations
+
+import argparse
+import json
+import os
+import signal
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+from dataclasses import dataclass
+from pathlib import Path
+
+REPO = Path(__file__).resolve().parents[1]
+CLASS_MAP_TABLE = ".1.3.6.1.4.1.32473.3.13.1.1"
+CLK_TCK = os.sysconf("SC_CLK_TCK")
+
+
+@dataclass
+class Result:
+    rows: int
+    hint: bool
+    varbinds: int
+    wall_s: float
+    cpu_s: float
+    cut: bool
+
+
+def free_udp_port() -> int:
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as s:
+        s.bind(("127.0.0.1", 0))
+        return s.getsockname()[1]
+
+
+def write_state(path: Path, rows: int, static: bool) -> None:
+    # Ids of different lengths; QoS and control-plane maps, and with `static` every third map a
+    # qosStatic one (served as a QoS map).
+    types = ("qos", "controlPlane", "qosStatic") if static else ("qos", "controlPlane", "qos")
+    maps = [{"id": f"cm{i:x}" if i % 3 else f"class-map-{i}",
+             "type": types[i % 3],
+             "name": f"class map number {i}",
+             "matchCondition": ("any", "all")[i % 2]} for i in range(rows)]
+    path.write_text(json.dumps({"classMaps": maps}))
+
+
+def cpu_seconds(pid: int) -> float:
+    # Fields after the parenthesised command name; utime and stime are fields 14 and 15.
+    fields = Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()
+    return (int(fields[11]) + int(fields[12])) / CLK_TCK
+
+
+def run_once(qossnmpd: Path, workdir: Path, rows: int, hint: bool, reps: int,
+             timeout: float | None, static: bool) -> Result:
+    state = workdir / f"state-{rows}.json"
+    if not state.exists():
+        write_state(state, rows, static)
+    port = free_udp_port()
+    argv = [str(qossnmpd), "--state", str(state), "--listen", f"udp:127.0.0.1:{port}"]
+    if not hint:
+        argv.append("--no-hint")
+    log = open(workdir / "qossnmpd.log", "wb")
+    agent = subprocess.Popen(argv, stdout=log, stderr=subprocess.STDOUT,
+                             stdin=subprocess.DEVNULL)
+    sys.stderr.write(f"# {' '.join(argv)}\n")
+    try:
+        deadline = time.monotonic() + 120
+        while b"ready" not in (workdir / "qossnmpd.log").read_bytes():
+            if agent.poll() is not None or time.monotonic() > deadline:
+                sys.exit(f"qossnmpd did not start:\n{(workdir / 'qossnmpd.log').read_text()}")
+            time.sleep(0.05)
+        walk = ["snmpbulkwalk", "-m", "", "-M", "/nonexistent", "-v2c", "-c", "public", "-On",
+                f"-Cr{reps}", "-t", "30", "-r", "0", f"udp:127.0.0.1:{port}", CLASS_MAP_TABLE]
+        cpu_before = cpu_seconds(agent.pid)
+        start = time.monotonic()
+        cut = False
+        try:
+            out = subprocess.run(walk, capture_output=True, text=True, timeout=timeout,
+                                 check=True).stdout
+            varbinds = sum(1 for line in out.splitlines()
+                           if line.startswith(".1.3.6.") and "No more variables" not in line)
+        except subprocess.TimeoutExpired:
+            cut, varbinds = True, -1
+        wall = time.monotonic() - start
+        cpu = cpu_seconds(agent.pid) - cpu_before
+        return Result(rows, hint, varbinds, wall, cpu, cut)
+    finally:
+        agent.send_signal(signal.SIGTERM)
+        try:
+            agent.wait(30)
+        except subprocess.TimeoutExpired:
+            agent.kill()
+            agent.wait()
+        log.close()
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
+    parser.add_argument("--qossnmpd", type=Path,
+                        default=Path(os.environ.get("QOSSNMPD", REPO / "build/bin/qossnmpd")))
+    parser.add_argument("--sizes", type=int, nargs="+", default=[10_000, 100_000])
+    parser.add_argument("--no-hint-sizes", type=int, nargs="*", default=[10_000],
+                        help="sizes also walked with --no-hint (quadratic; default 10000)")
+    parser.add_argument("--no-hint-timeout", type=float, default=600,
+                        help="seconds after which a walk without hints is cut")
+    parser.add_argument("--timeout", type=float, default=600,
+                        help="seconds after which a walk with hints is cut")
+    parser.add_argument("--reps", type=int, default=50, help="GETBULK max-repetitions")
+    parser.add_argument("--runs", type=int, default=3, help="runs per case; the median is kept")
+    parser.add_argument("--with-static", action="store_true",
+                        help="make every third class map a qosStatic one")
+    args = parser.parse_args()
+
+    results: list[Result] = []
+    with tempfile.TemporaryDirectory(prefix="qossnmp-bench-") as tmp:
+        for rows in args.sizes:
+            cases = [(True, args.timeout)]
+            if rows in args.no_hint_sizes:
+                cases.append((False, args.no_hint_timeout))
+            for hint, timeout in cases:
+                count = 1 if (not hint and rows > 10_000) else args.runs
+                runs = sorted((run_once(args.qossnmpd, Path(tmp), rows, hint, args.reps, timeout,
+                                        args.with_static)
+                               for _ in range(count)), key=lambda r: r.wall_s)
+                result = runs[len(runs) // 2]
+                results.append(result)
+                print(f"# {rows} rows, {'hint' if hint else 'no hint'}: "
+                      f"{result.wall_s:.3f} s wall, {result.cpu_s:.2f} s agent CPU"
+                      f"{' (cut)' if result.cut else ''}", file=sys.stderr, flush=True)
+
+    print(f"snmpbulkwalk -Cr{args.reps} of veloraClassMapTable, "
+          f"{'qos, controlPlane and qosStatic' if args.with_static else 'qos and controlPlane'}"
+          f" class maps (median of {args.runs} runs; one run for walks without hints above "
+          f"10000 rows)\n")
+    print(f"| {'rows':>7} | {'iterator':<8} | {'varbinds':>8} | {'wall s':>8} | "
+          f"{'agent CPU s':>11} |")
+    print(f"|{'-' * 9}|{'-' * 10}|{'-' * 10}|{'-' * 10}|{'-' * 13}|")
+    for r in results:
+        varbinds = "cut" if r.cut else str(r.varbinds)
+        wall = f">{r.wall_s:.1f}" if r.cut else f"{r.wall_s:.3f}"
+        print(f"| {r.rows:>7} | {'hint' if r.hint else 'no hint':<8} | {varbinds:>8} | "
+              f"{wall:>8} | {r.cpu_s:>11.2f} |")
+
+    by_case = {(r.rows, r.hint): r for r in results}
+    print()
+    small, large, slow = (by_case.get((10_000, True)), by_case.get((100_000, True)),
+                          by_case.get((10_000, False)))
+    if small and slow:
+        qualifier = "at least " if slow.cut else ""
+        print(f"10000 rows: hints make the walk {qualifier}{slow.wall_s / small.wall_s:.1f}x "
+              f"faster (wall), {qualifier}{slow.cpu_s / max(small.cpu_s, 0.01):.1f}x less "
+              f"agent CPU")
+    if small and large:
+        print(f"100000 rows with hints cost {large.wall_s / small.wall_s:.1f}x the 10000-row "
+              f"walk (wall), {large.cpu_s / max(small.cpu_s, 0.01):.1f}x (agent CPU)")
+    if slow and slow.cut:
+        print(f"the 10000-row walk without hints was cut after {args.no_hint_timeout:.0f} s")
+    for r in results:
+        if r.cut and r.rows != 10_000:
+            print(f"the {r.rows}-row walk without hints was cut after "
+                  f"{args.no_hint_timeout:.0f} s")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
