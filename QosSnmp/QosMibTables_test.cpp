@@ -11,6 +11,7 @@
 
 #include "QosMib.h"
 #include "SnmpModule.h"
+#include "TestAgent.h"
 #include "veloraQosMib.h"
 
 namespace {
@@ -18,22 +19,7 @@ namespace {
 using Quill::U32;
 using Quill::U64;
 
-// Ensures an agent and a QosMib at "snmp/qos/root", unless the test program already set them up.
-void EnsureAgent() {
-  if (Snmp::CordbUtil::getEntityRelative("snmp/qos/root")) {
-    return;
-  }
-  netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_READ_CONFIGS, 1);
-  netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, 1);
-  init_agent("qossnmp-test");
-  auto root = Quill::make<Cordb::Dir>("sysroot");
-  root->mount("snmp/qos/root", QosSnmp::qosMibFactory("root"));
-  Snmp::CordbUtil::agentRootIs(root);
-}
-
-QosSnmp::QosMib& Mib() {
-  return static_cast<QosSnmp::QosMib&>(*Snmp::CordbUtil::getEntityRelative("snmp/qos/root"));
-}
+using QosSnmp::test::mib;
 
 const std::list<netsnmp_handler_registration*>& Registrations() {
   return QosSnmp::veloraQosMibModule().handlerRegistrationsByContext().at("");
@@ -41,13 +27,13 @@ const std::list<netsnmp_handler_registration*>& Registrations() {
 
 class QosMibTablesTest : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() { EnsureAgent(); }
+  static void SetUpTestSuite() { QosSnmp::test::ensureAgent(); }
   void SetUp() override { init_veloraQosMib(""); }
   void TearDown() override {
     unregister_veloraQosMib("");
-    Mib().ecnCounterTableDelAll();
-    Mib().policyMapActionTableDelAll();
-    Mib().ecnQueueCounterTableDelAll();
+    mib().ecnCounterTableDelAll();
+    mib().policyMapActionTableDelAll();
+    mib().ecnQueueCounterTableDelAll();
   }
 
   // What a GET of `column` answered for a row, with the row's index varbinds.
@@ -135,8 +121,8 @@ TEST_F(QosMibTablesTest, ElevenTablesRegisterInOrderUnderTheirArcs) {
 
 TEST_F(QosMibTablesTest, EcnCounterRowsAreKeyedByTheirDescriptor) {
   auto chip = Quill::make<Qos::ChipCounter>(0x100000001ULL);
-  Mib().ecnCounterTableIs("zz-last", chip, U32{2});
-  Mib().ecnCounterTableIs("ecn-b", chip, U32{7});
+  mib().ecnCounterTableIs("zz-last", chip, U32{2});
+  mib().ecnCounterTableIs("ecn-b", chip, U32{7});
   Answer a = Get("veloraEcnCounterTable", veloraEcnCounterTable_handler, 2);
   EXPECT_EQ(a.index, std::vector<std::string>{"ecn-b"});  // shorter descriptors first
   EXPECT_EQ(a.type, ASN_COUNTER64);
@@ -157,20 +143,20 @@ TEST_F(QosMibTablesTest, EcnCounterRowsAreKeyedByTheirDescriptor) {
 
 TEST_F(QosMibTablesTest, EcnCounterRowCannotBeRecreatedWithOtherArguments) {
   auto chip = Quill::make<Qos::ChipCounter>(1);
-  auto row = Mib().ecnCounterTableIs("ecn-a", chip, U32{1});
-  EXPECT_EQ(Mib().ecnCounterTableIs("ecn-a", chip, U32{1}), row);
+  auto row = mib().ecnCounterTableIs("ecn-a", chip, U32{1});
+  EXPECT_EQ(mib().ecnCounterTableIs("ecn-a", chip, U32{1}), row);
   try {
-    Mib().ecnCounterTableIs("ecn-a", chip, U32{2});
+    mib().ecnCounterTableIs("ecn-a", chip, U32{2});
     ADD_FAILURE() << "re-created with other arguments";
   } catch (const Mox::MutatorReinstantiationException& e) {
     EXPECT_NE(std::string(e.what()).find("row \"ecn-a\" exists"), std::string::npos) << e.what();
   }
-  EXPECT_EQ(Mib().ecnCounterTableDel("ecn-a"), row);
+  EXPECT_EQ(mib().ecnCounterTableDel("ecn-a"), row);
 }
 
 TEST_F(QosMibTablesTest, ActionValueIsReportedAsItsLow32Bits) {
   auto action = Quill::make<Qos::Action>(0xfffffffe);
-  Mib().policyMapActionTableIs(QosSnmp::PolicyMapActionTableIndex("pm", Qos::MapType::mapQos_, "cm",
+  mib().policyMapActionTableIs(QosSnmp::PolicyMapActionTableIndex("pm", Qos::MapType::mapQos_, "cm",
                                                                   Qos::ActionType::actionSetShape_),
                                Quill::make<Qos::ClassAction>("cm"), action, nullptr,
                                Quill::make<Qos::HwStatus>(true, true));
@@ -184,7 +170,7 @@ TEST_F(QosMibTablesTest, QueueOutOfRangeFailsTheGet) {
   auto slice = Quill::make<Qos::SliceHwStatus>();
   auto status = Quill::make<Qos::EcnIntfCounterStatus>();
   slice->ecnIntfCounterStatusIs(Linko::IntfId(1), status);
-  Mib().ecnQueueCounterTableIs(QosSnmp::EcnQueueCounterTableIndex(3, 17), Linko::IntfId(1), slice,
+  mib().ecnQueueCounterTableIs(QosSnmp::EcnQueueCounterTableIndex(3, 17), Linko::IntfId(1), slice,
                                nullptr, false, false);
   Answer a = Get("veloraEcnQueueCounterTable", veloraEcnQueueCounterTable_handler, 4);
   EXPECT_EQ(a.index, (std::vector<std::string>{"3", "17"}));

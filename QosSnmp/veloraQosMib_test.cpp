@@ -15,6 +15,7 @@
 #include "Snmp/MibContext.h"
 #include "Snmp/RegVoidCollByContext.h"
 #include "SnmpModule.h"
+#include "TestAgent.h"
 
 namespace {
 
@@ -24,21 +25,11 @@ using QosSnmp::ClassMapTableIndex;
 // One agent, one model root for the whole test program.
 class AgentEnvironment : public ::testing::Environment {
  public:
-  void SetUp() override {
-    netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_READ_CONFIGS, 1);
-    netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, 1);
-    init_agent("qossnmp-test");
-    auto root = Quill::make<Cordb::Dir>("sysroot");
-    root->mount("snmp/qos/root", QosSnmp::qosMibFactory("root"));
-    Snmp::CordbUtil::agentRootIs(root);
-  }
-  void TearDown() override { Snmp::CordbUtil::agentRootIs(nullptr); }
+  void SetUp() override { QosSnmp::test::ensureAgent(); }
 };
 const auto* const environment = ::testing::AddGlobalTestEnvironment(new AgentEnvironment);
 
-QosSnmp::QosMib& Mib() {
-  return static_cast<QosSnmp::QosMib&>(*Snmp::CordbUtil::getEntityRelative("snmp/qos/root"));
-}
+using QosSnmp::test::mib;
 
 const QosSnmp::SnmpModule& Module() {
   return QosSnmp::veloraQosMibModule();
@@ -55,7 +46,7 @@ TEST(VeloraQosMibRegistrationTest, DefaultContextRegistersTablesAndUnregistersTh
   EXPECT_EQ(Module().columnInfosByContext().at("").size(), regs.size());
   auto coll = Mox::singletonIs<Snmp::RegVoidCollByContext>();
   ASSERT_NE(coll->regVoid("", "veloraClassMapTable"), nullptr);
-  EXPECT_EQ(coll->regVoid("", "veloraClassMapTable")->entity, &Mib());
+  EXPECT_EQ(coll->regVoid("", "veloraClassMapTable")->entity, &mib());
   EXPECT_TRUE(Snmp::mibContexts().at("").count("veloraQosMib"));
 
   unregister_veloraQosMib("");
@@ -98,12 +89,12 @@ class ClassMapIteratorTest : public ::testing::Test {
     }
     snmp_free_varbind(put);
     snmp_free_varbind(hint.indexes);
-    Mib().classMapTableDelAll();
+    mib().classMapTableDelAll();
     unregister_veloraQosMib("");
   }
 
   Quill::Ptr<QosSnmp::ClassMapTableEntry> Row(const char* id, MapType type, const char* name) {
-    return Mib().classMapTableIs(
+    return mib().classMapTableIs(
         ClassMapTableIndex(id, type),
         Quill::Ptr<Qos::ClassMapStatus const>(Quill::make<Qos::ClassMapStatus>(name)));
   }
@@ -229,8 +220,8 @@ TEST_F(ClassMapIteratorTest, RowRemovedDuringTheWalkContinuesAfterIt) {
   Row("c", MapType::mapQos_, "c");
   EXPECT_EQ(First(), "a/2");
   EXPECT_EQ(Next(), "b/2");
-  Mib().classMapTableDel(ClassMapTableIndex("b", MapType::mapQos_));
-  Mib().classMapTableDel(ClassMapTableIndex("a", MapType::mapQos_));
+  mib().classMapTableDel(ClassMapTableIndex("b", MapType::mapQos_));
+  mib().classMapTableDel(ClassMapTableIndex("a", MapType::mapQos_));
   EXPECT_EQ(Next(), "c/2");
   EXPECT_EQ(Next(), "");
 }
@@ -251,7 +242,7 @@ TEST_F(ClassMapIteratorTest, DataContextKeepsItsRowAfterTheTableDropsIt) {
   EXPECT_EQ(First(), "a/2");
   void* dataContext = iinfo->make_data_context(loop, iinfo);
   Quill::U32 refs = row->refCount();
-  Mib().classMapTableDel(ClassMapTableIndex("a", MapType::mapQos_));
+  mib().classMapTableDel(ClassMapTableIndex("a", MapType::mapQos_));
   EXPECT_EQ(row->refCount(), refs - 1);
   iinfo->free_loop_context_at_end(loop, iinfo);
   loop = nullptr;
@@ -311,7 +302,7 @@ class ClassMapHandlerTest : public ClassMapIteratorTest {
 TEST_F(ClassMapHandlerTest, AnswersNameAndMatchCondition) {
   auto status = Quill::make<Qos::ClassMapStatus>("voice");
   status->matchConditionIs(Qos::ClassMapMatchCondition::matchConditionAll_);
-  Mib().classMapTableIs(ClassMapTableIndex("cm", MapType::mapQos_),
+  mib().classMapTableIs(ClassMapTableIndex("cm", MapType::mapQos_),
                         Quill::Ptr<Qos::ClassMapStatus const>(status));
   Get({3, 4});
   EXPECT_EQ(Handle(), SNMP_ERR_NOERROR);
