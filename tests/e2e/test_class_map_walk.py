@@ -119,23 +119,13 @@ def test_walk_without_iterator_hints_returns_the_same_rows(start_agent):
             == expected_walk(CLASS_MAPS))
 
 
-@pytest.mark.xfail(strict=True, reason="ids longer than the 40 octets of the index are loaded, "
-                   "cut to 40 in the OID, and then missing from walks")
-def test_ids_longer_than_the_index_are_refused_or_each_walked_once(start_agent):
-    # A state file may hold ids of up to 255 bytes; the index carries at most 40. Whatever the
-    # agent does with the longer ones, it must not serve a row that a walk cannot reach.
+def test_ids_longer_than_the_index_are_refused_at_start(start_agent):
+    # The index carries at most 40 octets of a class map id; a longer id could only be served
+    # cut short, on an OID it might share with another map, so the state file is refused.
     class_maps = [
         {"id": "z" * 40, "type": "qos", "name": "forty"},
         {"id": "a" * 41, "type": "qos", "name": "forty-one"},
-        {"id": "y" * 40 + "A", "type": "qos", "name": "shared prefix A"},
-        {"id": "y" * 40 + "B", "type": "qos", "name": "shared prefix B"},
     ]
     agent = start_agent(class_maps, wait=False)
-    try:
-        agent.process.wait_for_output(READY_LINE)
-    except AssertionError:
-        assert agent.process.popen.returncode not in (None, 0)
-        assert "/classMaps/1/id" in agent.output()
-        return
-    names = [v.value for v in agent.netsnmp().walk(CLASS_MAP_TABLE) if v.type == "STRING"]
-    assert sorted(names) == sorted(cm["name"].encode() for cm in class_maps)
+    assert agent.process.popen.wait(timeout=10) != 0
+    assert "/classMaps/1/id" in agent.output()
