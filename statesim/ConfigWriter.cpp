@@ -12,18 +12,18 @@ namespace StateSim {
 
 namespace {
 
-void writeMatch(Qos::ClassMapMatch& match, const MatchState& spec) {
-  match.typeIs(spec.type);
-  match.nameIs(spec.name);
-  if (spec.type == Qos::matchDscpEcn_) {
+void writeMatch(Qos::ClassMapMatch& match, const MatchState& values) {
+  match.typeIs(values.type);
+  match.nameIs(values.name);
+  if (values.type == Qos::matchDscpEcn_) {
     match.dscpEcnIs(
-        Qos::ClassMapMatchDscpEcn{spec.dscp, spec.ecn, spec.dscpNamed, spec.dscpRanges});
+        Qos::ClassMapMatchDscpEcn{values.dscp, values.ecn, values.dscpNamed, values.dscpRanges});
   } else {
     match.dscpEcnIs(std::nullopt);
   }
-  if (spec.type == Qos::matchVlan_) {
-    match.vlanIs(
-        Qos::ClassMapMatchVlan{spec.vlanValue, spec.vlanMask, spec.vlanValueMask, spec.vlanRanges});
+  if (values.type == Qos::matchVlan_) {
+    match.vlanIs(Qos::ClassMapMatchVlan{values.vlanValue, values.vlanMask, values.vlanValueMask,
+                                        values.vlanRanges});
   } else {
     match.vlanIs(std::nullopt);
   }
@@ -55,9 +55,9 @@ void ConfigWriter::classMapsIs(const State& state, QosSnmp::QosMib& mib) {
   for (const auto& [index, classMap] : state.classMaps) {
     ClassMapPtr status = classMaps_.is(
         index, classMap, [&] { return Quill::make<Qos::ClassMapStatus>(classMap.name); },
-        [](Qos::ClassMapStatus& s, const ClassMapState& spec) {
-          s.nameIs(spec.name);
-          s.matchConditionIs(spec.matchCondition);
+        [](Qos::ClassMapStatus& s, const ClassMapState& values) {
+          s.nameIs(values.name);
+          s.matchConditionIs(values.matchCondition);
         });
     classMapRows[index] = {status};
     if (classMap.staticType) {
@@ -126,8 +126,8 @@ void ConfigWriter::policyMapsIs(const State& state, const StatsWriter& stats,
         }
         auto object = actions_.is(
             key, action, [] { return Quill::make<Qos::Action>(); },
-            [&](Qos::Action& a, const ActionState& spec) {
-              a.valueIs(spec.value);
+            [&](Qos::Action& a, const ActionState& values) {
+              a.valueIs(values.value);
               a.referenceIs(profile);
             });
         actionRows[key] = {classAction, object, hwStatus, hwStatus_};

@@ -21,7 +21,7 @@ void EcnWriter::stateIs(const State& state, QosSnmp::QosMib& mib) {
            std::tuple<Linko::IntfId, Quill::Ptr<Qos::SliceHwStatus const>,
                       Quill::Ptr<Qos::EcnCounterTable const>, bool, bool>>
       queueRows;
-  std::map<Qos::EcnCounterKey, QueueSpec> queues;
+  std::map<Qos::EcnCounterKey, QueueValues> queues;
   std::map<U32, std::set<Linko::IntfId>> sliceMembers;
   for (const auto& [intf, ecn] : state.ecnQueues) {
     auto slice = slices_.is(ecn.slice, [] { return Quill::make<Qos::SliceHwStatus>(); });
@@ -32,11 +32,11 @@ void EcnWriter::stateIs(const State& state, QosSnmp::QosMib& mib) {
     for (const auto& [number, queue] : ecn.queues) {
       Qos::TxQueueId q(number);
       Qos::EcnCounterKey key{intf, q};
-      QueueSpec spec{queue, ecn.useEcnCountersShoal};
+      QueueValues values{queue, ecn.useEcnCountersShoal};
       auto last = queues_.find(key);
-      if (last == queues_.end() || !(last->second == spec)) {
+      if (last == queues_.end() || !(last->second == values)) {
         status->queueConfigIs(q, Qos::EcnQueueConfig{queue.enabled});
-        if (spec.shoal) {
+        if (values.shoal) {
           status->queuePktCountDel(q);
           table_->recordIs(key, queue.pktCount, queue.locallyMarkedPktCount);
         } else {
@@ -44,14 +44,14 @@ void EcnWriter::stateIs(const State& state, QosSnmp::QosMib& mib) {
           status->queuePktCountIs(q, queue.pktCount);
         }
       }
-      queues[key] = spec;
+      queues[key] = values;
       queueRows[QosSnmp::EcnQueueCounterTableIndex(ifIndex, number)] = {
           intf, slice, ecn.useEcnCountersShoal ? table_ : nullptr, ecn.useEcnCountersShoal,
           ecn.ecnQLocallyMarkedSupported};
     }
   }
   // Queues that went: their configuration, counts and records.
-  for (const auto& [key, spec] : queues_) {
+  for (const auto& [key, values] : queues_) {
     if (queues.contains(key)) {
       continue;
     }
@@ -86,13 +86,13 @@ void EcnWriter::tick() {
   U64 n = 0;
   chipCounters_.forEach(
       [&](const Snmp::String&, Qos::ChipCounter& c) { c.countIs(c.count() + 3 + n++ % 5); });
-  for (const auto& [key, spec] : queues_) {
-    if (!spec.queue.enabled) {
+  for (const auto& [key, values] : queues_) {
+    if (!values.queue.enabled) {
       continue;
     }
     // Higher queues carry more congestion-prone traffic; a quarter of the marks are local.
     U64 marked = (key.txQueueId.value() + 1) * (1 + key.intfId.value() % 3);
-    if (spec.shoal) {
+    if (values.shoal) {
       Qos::EcnCounterRecord record{key};
       try {
         record = table_->lookupWithDefault(key);

@@ -33,16 +33,16 @@ class EcnWriter {
 
  private:
   // What a queue's counts were last written from, and where they live.
-  struct QueueSpec {
+  struct QueueValues {
     EcnQueueState queue;
     bool shoal = false;
-    friend bool operator==(const QueueSpec&, const QueueSpec&) = default;
+    friend bool operator==(const QueueValues&, const QueueValues&) = default;
   };
 
   StatusObjects<Snmp::String, Qos::ChipCounter, U64> chipCounters_;
   StatusObjects<U32, Qos::SliceHwStatus> slices_;
   StatusObjects<Linko::IntfId, Qos::EcnIntfCounterStatus> intfStatus_;
-  std::map<Qos::EcnCounterKey, QueueSpec> queues_;
+  std::map<Qos::EcnCounterKey, QueueValues> queues_;
   Quill::Ptr<Qos::EcnCounterTable> table_;
   U64 ticks_ = 0;
 };

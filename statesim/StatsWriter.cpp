@@ -76,14 +76,15 @@ void StatsWriter::stateIs(const State& state, QosSnmp::QosMib& mib) {
     bool policed = policyClass.actions.contains(Qos::ActionType::actionPolice_);
     auto given = state.classCounters.find(index);
     const ClassCountersState none;
-    const ClassCountersState& spec = given == state.classCounters.end() ? none : given->second;
+    const ClassCountersState& values = given == state.classCounters.end() ? none : given->second;
 
     Applied applied;
     applied.counter = counters_.is(
-        index, spec.counts, [] { return Quill::make<Qos::Counter>(); }, writeCounts<Qos::Counter>);
-    if (spec.hwStatus) {
+        index, values.counts, [] { return Quill::make<Qos::Counter>(); },
+        writeCounts<Qos::Counter>);
+    if (values.hwStatus) {
       applied.hwStatus = hwStatus_.is(
-          index, withRates(*spec.hwStatus, policyClass),
+          index, withRates(*values.hwStatus, policyClass),
           [] { return Quill::make<Qos::ClassMapHwStatus>(); },
           [](Qos::ClassMapHwStatus& hw, const HwCounts& c) {
             writeCounts(hw, c);
@@ -100,22 +101,22 @@ void StatsWriter::stateIs(const State& state, QosSnmp::QosMib& mib) {
                      ifIndex);
       Mox::String name = intf.name();
       names.insert(name);
-      auto counts = spec.interfaces.find(intf);
+      auto counts = values.interfaces.find(intf);
       Applied::Intf objects;
       objects.counter = intfCounters_.is(
-          key, counts == spec.interfaces.end() ? Counts{} : counts->second,
+          key, counts == values.interfaces.end() ? Counts{} : counts->second,
           [] { return Quill::make<Qos::CounterIntf>(); }, writeCounts<Qos::CounterIntf>);
       applied.counter->intfCounterIs(name, objects.counter);
       perIntfRows[key] = {objects.counter};
       if (policed) {
-        auto policer = spec.policers.find(intf);
-        PolicerCounts policerSpec =
-            policer == spec.policers.end() ? PolicerCounts{} : policer->second;
+        auto policer = values.policers.find(intf);
+        PolicerCounts policerValues =
+            policer == values.policers.end() ? PolicerCounts{} : policer->second;
         objects.policerStatus = policerStatus_.is(
-            key, policerSpec, [] { return Quill::make<Qos::PolicerHwStatus>(); },
+            key, policerValues, [] { return Quill::make<Qos::PolicerHwStatus>(); },
             writePolicerStatus);
         objects.policerCounter = policerCounters_.is(
-            key, policerSpec, [] { return Quill::make<Qos::PolicerCounter>(); },
+            key, policerValues, [] { return Quill::make<Qos::PolicerCounter>(); },
             writePolicerCounter);
         applied.counter->policerStatusIs(name, objects.policerStatus);
         policerRows[QosSnmp::QosPolicerStatsTableIndex(

@@ -1,10 +1,10 @@
-// StateSim::StatusObjects<Key, T, Spec>: the status objects of one kind, kept by key from one
+// StateSim::StatusObjects<Key, T, Values>: the status objects of one kind, kept by key from one
 // state to the next, as the QoS agent keeps its status objects while its configuration changes.
 //
 // A state is applied in one pass: is() is called for every key the new state has, then sweep()
 // forgets the objects whose key was not asked for (rows and other holders keep their own
-// references). is() makes an object the first time its key is seen, and writes the key's spec
-// into it in place only when the spec differs from the one last written: a key whose state did
+// references). is() makes an object the first time its key is seen, and writes the key's values
+// into it in place only when the values differs from the one last written: a key whose state did
 // not change is not touched, so counters the status source advanced since keep their values.
 // Single-threaded.
 #pragma once
@@ -17,32 +17,32 @@
 
 namespace StateSim {
 
-struct NoSpec {
-  friend bool operator==(const NoSpec&, const NoSpec&) = default;
+struct NoValues {
+  friend bool operator==(const NoValues&, const NoValues&) = default;
 };
 
-template <typename Key, typename T, typename Spec = NoSpec>
+template <typename Key, typename T, typename Values = NoValues>
 class StatusObjects {
  public:
-  // The object for `key`: made by make() when absent; write(object, spec) is called when the
-  // object is new or `spec` differs from the spec last written for the key.
+  // The object for `key`: made by make() when absent; write(object, values) is called when the
+  // object is new or `values` differs from the values last written for the key.
   template <typename Make, typename Write>
-  Quill::Ptr<T> is(const Key& key, const Spec& spec, Make&& make, Write&& write) {
+  Quill::Ptr<T> is(const Key& key, const Values& values, Make&& make, Write&& write) {
     used_.insert(key);
     auto it = objects_.find(key);
     if (it == objects_.end()) {
-      it = objects_.emplace(key, Slot{make(), spec}).first;
-      write(*it->second.object, spec);
-    } else if (!(it->second.spec == spec)) {
-      it->second.spec = spec;
-      write(*it->second.object, spec);
+      it = objects_.emplace(key, Slot{make(), values}).first;
+      write(*it->second.object, values);
+    } else if (!(it->second.values == values)) {
+      it->second.values = values;
+      write(*it->second.object, values);
     }
     return it->second.object;
   }
   // The object for `key` with nothing to write.
   template <typename Make>
   Quill::Ptr<T> is(const Key& key, Make&& make) {
-    return is(key, Spec{}, std::forward<Make>(make), [](T&, const Spec&) {});
+    return is(key, Values{}, std::forward<Make>(make), [](T&, const Values&) {});
   }
 
   // The object for `key`, or null.
@@ -71,7 +71,7 @@ class StatusObjects {
  private:
   struct Slot {
     Quill::Ptr<T> object;
-    Spec spec;
+    Values values;
   };
   std::map<Key, Slot> objects_;
   std::set<Key> used_;
