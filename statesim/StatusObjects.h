@@ -4,7 +4,7 @@
 // A state is applied in one pass: is() is called for every key the new state has, then sweep()
 // forgets the objects whose key was not asked for (rows and other holders keep their own
 // references). is() makes an object the first time its key is seen, and writes the key's values
-// into it in place only when the values differs from the one last written: a key whose state did
+// into it in place only when they differ from the values last written: a key whose state did
 // not change is not touched, so counters the status source advanced since keep their values.
 // Single-threaded.
 #pragma once
