@@ -45,6 +45,17 @@ def qossnmpd() -> Path:
 
 
 @pytest.fixture(scope="session")
+def qos_mib_dirs() -> tuple[Path, Path]:
+    """The directories of VELORA-QOS-MIB and of the IETF base modules it imports:
+    $QOSSNMP_MIB_DIR and $QOSSNMP_BASE_MIB_DIR, else <repo>/build/share/mibs and its base/."""
+    mibs = Path(os.environ.get("QOSSNMP_MIB_DIR", REPO / "build" / "share" / "mibs"))
+    base = Path(os.environ.get("QOSSNMP_BASE_MIB_DIR", mibs / "base"))
+    if not (mibs / "VELORA-QOS-MIB.txt").exists() or not (base / "SNMPv2-TC.txt").exists():
+        pytest.skip(f"MIB modules not built in {mibs} and {base} (targets all, base-mibs)")
+    return mibs, base
+
+
+@pytest.fixture(scope="session")
 def session_dir(tmp_path_factory) -> Path:
     return tmp_path_factory.mktemp("qossnmp-e2e")
 

@@ -22,6 +22,16 @@ CLASS_MAP_ENTRY = CLASS_MAP_TABLE + (1,)
 COL_NAME = 3
 COL_MATCH_CONDITION = 4
 
+# VELORA-QOS-MIB: its eleven tables at QOS_MIB.1.N.
+QOS_MIB = ENTERPRISE + (3, 13)
+QOS_TABLES = {
+    1: "veloraClassMapTable", 2: "veloraClassMapMatchTable", 3: "veloraPolicyMapTable",
+    4: "veloraPolicyMapClassTable", 5: "veloraPolicyMapActionTable",
+    6: "veloraServicePolicyTable", 7: "veloraQosStatsTable", 8: "veloraEcnCounterTable",
+    9: "veloraEcnQueueCounterTable", 10: "veloraQosPolicerStatsTable",
+    11: "veloraQosPerIntfStatsTable",
+}
+
 # Exceptional values of SNMPv2 varbinds, as both clients are made to report them.
 NO_SUCH_OBJECT = "noSuchObject"
 NO_SUCH_INSTANCE = "noSuchInstance"
@@ -51,6 +61,31 @@ def parse_oid(text: str) -> tuple[int, ...]:
 def class_map_instance(column: int, class_map_id: bytes, map_type: int) -> tuple[int, ...]:
     """The OID of one cell: entry, column, then the length-prefixed id and the type."""
     return CLASS_MAP_ENTRY + (column, len(class_map_id)) + tuple(class_map_id) + (map_type,)
+
+
+def qos_instance(table: int, column: int, *index: bytes | int) -> tuple[int, ...]:
+    """The OID of one cell of a QoS MIB table: octet-string index components (bytes) are
+    length-prefixed, integers and enumerations are one arc each."""
+    arcs: list[int] = []
+    for component in index:
+        arcs += [len(component), *component] if isinstance(component, bytes) else [component]
+    return QOS_MIB + (1, table, 1, column) + tuple(arcs)
+
+
+def qos_table_of(oid: Sequence[int]) -> int | None:
+    """The QoS MIB table number N of an OID under QOS_MIB.1.N, else None."""
+    prefix = QOS_MIB + (1,)
+    return oid[len(prefix)] if tuple(oid[:len(prefix)]) == prefix and len(oid) > len(prefix) \
+        else None
+
+
+def snmptable(endpoint: str, table: str, mib_dirs: Sequence[str], *options: str,
+              auth: Sequence[str] = ("-v2c", "-c", "public")) -> subprocess.CompletedProcess:
+    """`snmptable` of one VELORA-QOS-MIB table, with the MIB modules in mib_dirs loaded."""
+    argv = ["snmptable", "-M", ":".join(str(d) for d in mib_dirs), "-m", "VELORA-QOS-MIB",
+            *auth, "-t", str(CLIENT_TIMEOUT_S), "-r", "1", *options, endpoint,
+            f"VELORA-QOS-MIB::{table}"]
+    return subprocess.run(argv, capture_output=True, text=True, timeout=120, errors="replace")
 
 
 class SnmpError(Exception):
@@ -182,6 +217,8 @@ def _pysnmp_varbind(name, value) -> Varbind:
         return Varbind(oid, "STRING", bytes(value.asOctets()))
     if isinstance(value, rfc1902.Integer32) or isinstance(value, rfc1902.Integer):
         return Varbind(oid, "INTEGER", int(value))
+    if isinstance(value, rfc1902.Counter64):
+        return Varbind(oid, "Counter64", int(value))
     return Varbind(oid, type(value).__name__, value.prettyPrint())
 
 
