@@ -23,18 +23,15 @@ from __future__ import annotations
 import argparse
 import json
 import os
-import signal
-import socket
-import subprocess
 import sys
 import tempfile
-import time
 from dataclasses import dataclass
 from pathlib import Path
 
+from benchlib import Agent, median_by_wall, timed_walk
+
 REPO = Path(__file__).resolve().parents[1]
 CLASS_MAP_TABLE = ".1.3.6.1.4.1.32473.3.13.1.1"
-CLK_TCK = os.sysconf("SC_CLK_TCK")
 
 
 @dataclass
@@ -45,12 +42,6 @@ class Result:
     wall_s: float
     cpu_s: float
     cut: bool
-
-
-def free_udp_port() -> int:
-    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as s:
-        s.bind(("127.0.0.1", 0))
-        return s.getsockname()[1]
 
 
 def write_state(path: Path, rows: int, static: bool) -> None:
@@ -64,54 +55,15 @@ def write_state(path: Path, rows: int, static: bool) -> None:
     path.write_text(json.dumps({"classMaps": maps}))
 
 
-def cpu_seconds(pid: int) -> float:
-    # Fields after the parenthesised command name; utime and stime are fields 14 and 15.
-    fields = Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()
-    return (int(fields[11]) + int(fields[12])) / CLK_TCK
-
-
 def run_once(qossnmpd: Path, workdir: Path, rows: int, hint: bool, reps: int,
              timeout: float | None, static: bool) -> Result:
     state = workdir / f"state-{rows}.json"
     if not state.exists():
         write_state(state, rows, static)
-    port = free_udp_port()
-    argv = [str(qossnmpd), "--state", str(state), "--listen", f"udp:127.0.0.1:{port}"]
-    if not hint:
-        argv.append("--no-hint")
-    log = open(workdir / "qossnmpd.log", "wb")
-    agent = subprocess.Popen(argv, stdout=log, stderr=subprocess.STDOUT,
-                             stdin=subprocess.DEVNULL)
-    sys.stderr.write(f"# {' '.join(argv)}\n")
-    try:
-        deadline = time.monotonic() + 120
-        while b"ready" not in (workdir / "qossnmpd.log").read_bytes():
-            if agent.poll() is not None or time.monotonic() > deadline:
-                sys.exit(f"qossnmpd did not start:\n{(workdir / 'qossnmpd.log').read_text()}")
-            time.sleep(0.05)
-        walk = ["snmpbulkwalk", "-m", "", "-M", "/nonexistent", "-v2c", "-c", "public", "-On",
-                f"-Cr{reps}", "-t", "30", "-r", "0", f"udp:127.0.0.1:{port}", CLASS_MAP_TABLE]
-        cpu_before = cpu_seconds(agent.pid)
-        start = time.monotonic()
-        cut = False
-        try:
-            out = subprocess.run(walk, capture_output=True, text=True, timeout=timeout,
-                                 check=True).stdout
-            varbinds = sum(1 for line in out.splitlines()
-                           if line.startswith(".1.3.6.") and "No more variables" not in line)
-        except subprocess.TimeoutExpired:
-            cut, varbinds = True, -1
-        wall = time.monotonic() - start
-        cpu = cpu_seconds(agent.pid) - cpu_before
-        return Result(rows, hint, varbinds, wall, cpu, cut)
-    finally:
-        agent.send_signal(signal.SIGTERM)
-        try:
-            agent.wait(30)
-        except subprocess.TimeoutExpired:
-            agent.kill()
-            agent.wait()
-        log.close()
+    with Agent(qossnmpd, state, workdir, hint=hint) as agent:
+        walk = timed_walk(agent, CLASS_MAP_TABLE, reps, timeout, workdir)
+    return Result(rows, hint, -1 if walk.cut else walk.varbinds, walk.wall_s, walk.cpu_s,
+                  walk.cut)
 
 
 def main() -> int:
@@ -139,10 +91,9 @@ def main() -> int:
                 cases.append((False, args.no_hint_timeout))
             for hint, timeout in cases:
                 count = 1 if (not hint and rows > 10_000) else args.runs
-                runs = sorted((run_once(args.qossnmpd, Path(tmp), rows, hint, args.reps, timeout,
-                                        args.with_static)
-                               for _ in range(count)), key=lambda r: r.wall_s)
-                result = runs[len(runs) // 2]
+                result = median_by_wall([run_once(args.qossnmpd, Path(tmp), rows, hint,
+                                                  args.reps, timeout, args.with_static)
+                                         for _ in range(count)])
                 results.append(result)
                 print(f"# {rows} rows, {'hint' if hint else 'no hint'}: "
                       f"{result.wall_s:.3f} s wall, {result.cpu_s:.2f} s agent CPU"
