@@ -1,8 +1,8 @@
 // QosSnmp::SnmpTable<Desc>: the net-snmp side of one MIB table, written once for all tables.
 //
-// Desc is a declarative table description (SnmpTableDesc.h). The mechanism registers the table
-// with net-snmp's sorted table iterator and serialize handler, walks the model's ordered table
-// for the iterator, and answers GET for the row the iterator chose:
+// Desc is a declarative table description (SnmpTableDesc.h). The mechanism walks the model's
+// ordered table for net-snmp's sorted table iterator and answers GET for the row the iterator
+// chose (SnmpTableRegistration registers it):
 //
 //  - getFirstDataPoint receives the request's parsed index (netsnmp_table_request_info) in the
 //    loop-context slot as a hint. A hint naming an existing row starts the walk at that row in
@@ -18,13 +18,12 @@
 //    noSuchObject, and any other mode than GET answers notWritable.
 //
 // The named per-table callbacks (<table>_get_first_data_point, ...) are thin functions declared
-// by QOSSNMP_TABLE_CALLBACKS that forward here. Everything runs on the agent's thread.
+// by QOSSNMP_TABLE_CALLBACKS (SnmpTableCallbacks.h) that forward here. Everything runs on the
+// agent's thread.
 #pragma once
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -34,13 +33,11 @@
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
 #include "IndexText.h"
-#include "Mox/Singleton.h"
 #include "Quill/Assert.h"
 #include "Quill/Exception.h"
 #include "Quill/Ptr.h"
 #include "Snmp/CordbUtil.h"
 #include "Snmp/RegVoidCollByContext.h"
-#include "SnmpModule.h"
 #include "SnmpTableDesc.h"
 #include "Trace.h"
 
@@ -54,16 +51,6 @@ struct TableContext {
   const Map* table = nullptr;
   Quill::Ptr<typename Desc::Entry> current;
   U32 version = 0;
-};
-
-// The named callbacks of a table, as registered with net-snmp.
-struct TableCallbacks {
-  Netsnmp_First_Data_Point* getFirst;
-  Netsnmp_Next_Data_Point* getNext;
-  Netsnmp_Make_Data_Context* makeDataContext;
-  Netsnmp_Free_Data_Context* freeDataContext;
-  Netsnmp_Free_Loop_Context* freeLoopContextAtEnd;
-  Netsnmp_Node_Handler* handler;
 };
 
 // Iterator event counters.
@@ -86,83 +73,6 @@ class SnmpTable {
   using Index = typename Entry::IndexType;
   static constexpr size_t bufferSize = 1024;
   static constexpr size_t indexCount = Desc::indexes.size();
-
-  // Registers the table for `context` (default context only) in `module`.
-  static void initialize(SnmpModule& module, const TableCallbacks& cb,
-                         const Quill::String& context) {
-    std::vector<oid> tableOid = module.tableOid(Desc::arc);
-    if (snmpTrace().enabled(1)) {
-      char text[200];
-      snprint_objid(text, sizeof text, tableOid.data(), tableOid.size());
-      QTRACE(snmpTrace(), 1, "initialize_table_{} initializing oid {} in context \"{}\"",
-             Desc::name, text, context);
-    }
-    Quill::String regName = Quill::String(Desc::name) + "_" + context;
-    netsnmp_handler_registration* reg = netsnmp_create_handler_registration(
-        regName.c_str(), cb.handler, tableOid.data(), tableOid.size(), HANDLER_CAN_GETANDGETNEXT);
-    if (!context.empty()) {
-      netsnmp_handler_registration_free(reg);
-      QTRACE(snmpTrace(), 2,
-             "initialize_table_{} in context \"{}\" cordbPathWithContext not specified ",
-             Desc::name, context);
-      return;
-    }
-    module.registrationAdd(context, reg);
-
-    auto e = Snmp::CordbUtil::getEntityRelative(Desc::modelPath);
-    if (!e) {
-      std::fprintf(stderr, "Can not getEntityRelative( %s ) for table %s. Is this path correct?\n",
-                   Desc::modelPath, Desc::name);
-      std::fflush(stderr);
-    }
-    QUILL_ASSERT(e);
-    auto* ptr = dynamic_cast<Entity*>(e.get());
-    if (!ptr) {
-      std::fprintf(stderr, "%s does not appear to be of type %s.\n", Desc::modelPath,
-                   Desc::entityType);
-    }
-    QUILL_ASSERT(ptr);
-    auto coll = Mox::singletonIs<Snmp::RegVoidCollByContext>();
-    reg->my_reg_void = coll->addRegVoid(context, Desc::name, ptr);
-
-    auto* colInfo = static_cast<netsnmp_column_info*>(std::calloc(1, sizeof(netsnmp_column_info)));
-    colInfo->isRange = 0;
-    colInfo->list_count = static_cast<char>(Desc::columns.size());
-    colInfo->details.list = const_cast<unsigned int*>(columnNumbers().data());
-    colInfo->next = nullptr;
-
-    auto* tinfo = static_cast<netsnmp_table_registration_info*>(
-        std::calloc(1, sizeof(netsnmp_table_registration_info)));
-    for (const auto& component : Desc::indexes) {
-      if (!snmp_varlist_add_variable(&tinfo->indexes, nullptr, 0, component.asnType, nullptr, 0)) {
-        QTRACE(snmpTrace(), 0, "Failed to set up {} in netsnmp table_info in context \"{}\"",
-               component.mibName, context);
-      }
-    }
-    tinfo->min_column = Desc::columns.front().number;
-    tinfo->max_column = Desc::columns.back().number;
-    tinfo->valid_columns = colInfo;
-
-    auto* iinfo =
-        static_cast<netsnmp_iterator_info*>(std::calloc(1, sizeof(netsnmp_iterator_info)));
-    iinfo->refcnt = 0;
-    iinfo->get_first_data_point = cb.getFirst;
-    iinfo->get_next_data_point = cb.getNext;
-    iinfo->make_data_context = cb.makeDataContext;
-    iinfo->free_data_context = cb.freeDataContext;
-    iinfo->free_loop_context_at_end = cb.freeLoopContextAtEnd;
-    iinfo->free_loop_context = nullptr;
-    iinfo->myvoid = reg->my_reg_void;
-    iinfo->flags = NETSNMP_ITERATOR_FLAG_SORTED | NETSNMP_HANDLER_OWNS_IINFO;
-    iinfo->table_reginfo = tinfo;
-
-    module.columnInfoAdd(context, colInfo);
-    int result = netsnmp_register_table_iterator(reg, iinfo);
-    QUILL_ASSERT(result == MIB_REGISTERED_OK);
-    int injected = netsnmp_inject_handler(reg, netsnmp_get_serialize_handler());
-    QUILL_ASSERT(injected == SNMPERR_SUCCESS);
-    QTRACE(snmpTrace(), 8, "Initialized table {} in context \"{}\"", Desc::name, context);
-  }
 
   static netsnmp_variable_list* getFirstDataPoint(void** loopContext, void** /*dataContext*/,
                                                   netsnmp_variable_list* putIndexData,
@@ -332,18 +242,6 @@ class SnmpTable {
     return SNMP_ERR_NOERROR;
   }
 
-  // The valid-column list registered with net-snmp (ascending).
-  static const std::array<unsigned int, Desc::columns.size()>& columnNumbers() {
-    static const auto numbers = [] {
-      std::array<unsigned int, Desc::columns.size()> n{};
-      for (size_t i = 0; i < n.size(); ++i) {
-        n[i] = Desc::columns[i].number;
-      }
-      return n;
-    }();
-    return numbers;
-  }
-
  private:
   // Decodes the hint's index varbinds into `key`; false when the walk must start at the first
   // row (a component of the wrong type or out of range, too few components, or an index
@@ -399,45 +297,3 @@ class SnmpTable {
 };
 
 }  // namespace QosSnmp
-
-// Declares the named net-snmp callbacks of table `table` described by `Desc`, registered in
-// module object `module`: <table>_entry and the iterator callbacks in an anonymous namespace,
-// and the exported <table>_handler and initialize_table_<table>.
-#define QOSSNMP_TABLE_CALLBACKS(table, Desc, module)                                               \
-  namespace {                                                                                      \
-  using table##_entry [[maybe_unused]] = ::QosSnmp::TableContext<Desc>;                            \
-  netsnmp_variable_list* table##_get_first_data_point(void** l, void** d,                          \
-                                                      netsnmp_variable_list* p,                    \
-                                                      netsnmp_iterator_info* i) {                  \
-    return ::QosSnmp::SnmpTable<Desc>::getFirstDataPoint(l, d, p, i);                              \
-  }                                                                                                \
-  netsnmp_variable_list* table##_get_next_data_point(void** l, void** d, netsnmp_variable_list* p, \
-                                                     netsnmp_iterator_info* i) {                   \
-    return ::QosSnmp::SnmpTable<Desc>::getNextDataPoint(l, d, p, i);                               \
-  }                                                                                                \
-  void* table##_make_data_context(void* l, netsnmp_iterator_info* i) {                             \
-    return ::QosSnmp::SnmpTable<Desc>::makeDataContext(l, i);                                      \
-  }                                                                                                \
-  void table##_free_data_context(void* d, netsnmp_iterator_info* i) {                              \
-    ::QosSnmp::SnmpTable<Desc>::freeDataContext(d, i);                                             \
-  }                                                                                                \
-  void table##_free_loop_context_at_end(void* l, netsnmp_iterator_info* i) {                       \
-    ::QosSnmp::SnmpTable<Desc>::freeLoopContextAtEnd(l, i);                                        \
-  }                                                                                                \
-  [[maybe_unused]] netsnmp_variable_list* table##IterationHelper(table##_entry* l,                 \
-                                                                 netsnmp_variable_list* p) {       \
-    return ::QosSnmp::SnmpTable<Desc>::iterationHelper(l, p);                                      \
-  }                                                                                                \
-  }                                                                                                \
-  int table##_handler(netsnmp_mib_handler* h, netsnmp_handler_registration* r,                     \
-                      netsnmp_agent_request_info* a, netsnmp_request_info* q) {                    \
-    return ::QosSnmp::SnmpTable<Desc>::handler(h, r, a, q);                                        \
-  }                                                                                                \
-  void initialize_table_##table(Quill::Ptr<Snmp::Config const> /*config*/,                         \
-                                Quill::String context) {                                           \
-    ::QosSnmp::SnmpTable<Desc>::initialize(                                                        \
-        module,                                                                                    \
-        {table##_get_first_data_point, table##_get_next_data_point, table##_make_data_context,     \
-         table##_free_data_context, table##_free_loop_context_at_end, table##_handler},            \
-        context);                                                                                  \
-  }

@@ -3,7 +3,7 @@
 #include "QosMibTables.h"
 #include "Snmp/HandlerRegistration.h"
 #include "Snmp/MibContext.h"
-#include "SnmpTable.h"
+#include "SnmpTableCallbacks.h"
 
 namespace {
 
