@@ -127,6 +127,17 @@ def timed_walk(agent: Agent, oid: str, reps: int, timeout: float | None,
     return WalkResult(varbinds, wall, cpu, cut)
 
 
+@dataclass
+class Result:
+    """One benchmarked walk: table size, whether hints were used, and what it cost."""
+    rows: int
+    hint: bool
+    varbinds: int
+    wall_s: float
+    cpu_s: float
+    cut: bool
+
+
 def median_by_wall(results: list) -> object:
     ordered = sorted(results, key=lambda r: r.wall_s)
     return ordered[len(ordered) // 2]

@@ -26,24 +26,13 @@ import json
 import os
 import sys
 import tempfile
-from dataclasses import dataclass
 from pathlib import Path
 
-from benchlib import Agent, median_by_wall, timed_walk
+from benchlib import Agent, Result, median_by_wall, timed_walk
 
 REPO = Path(__file__).resolve().parents[1]
 PER_INTF_STATS_TABLE = ".1.3.6.1.4.1.32473.3.13.1.11"
 COLUMNS = 6
-
-
-@dataclass
-class Result:
-    rows: int
-    hint: bool
-    varbinds: int
-    wall_s: float
-    cpu_s: float
-    cut: bool
 
 
 def write_state(path: Path, rows: int, classes: int) -> None:
