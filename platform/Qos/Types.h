@@ -33,7 +33,12 @@ enum class ActionType : U8 {
 
 enum class ClassMapMatchCondition : U8 { matchConditionAny_ = 0, matchConditionAll_ = 1 };
 
-enum class RateUnit : U8 { rateUnitBps_ = 0, rateUnitKbps_ = 1, rateUnitMbps_ = 2, rateUnitPps_ = 3 };
+enum class RateUnit : U8 {
+  rateUnitBps_ = 0,
+  rateUnitKbps_ = 1,
+  rateUnitMbps_ = 2,
+  rateUnitPps_ = 3
+};
 
 enum class BurstUnit : U8 {
   burstUnitBytes_ = 0,
@@ -88,8 +93,8 @@ struct Mox::EnumNames<Qos::RateUnit> {
 template <>
 struct Mox::EnumNames<Qos::BurstUnit> {
   static constexpr std::string_view typeName = "Qos::BurstUnit";
-  static constexpr std::array<std::string_view, 4> names = {"burstUnitBytes_", "burstUnitKBytes_",
-                                                            "burstUnitMBytes_", "burstUnitPackets_"};
+  static constexpr std::array<std::string_view, 4> names = {
+      "burstUnitBytes_", "burstUnitKBytes_", "burstUnitMBytes_", "burstUnitPackets_"};
 };
 template <>
 struct Mox::EnumNames<Qos::ClassMapCpStaticType> {
