@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # Builds and tests QosSnmp:
+#   0. clang-format --dry-run over every C++ source;
 #   1. build/ (Debug): every test — unit, MIB checks and end-to-end — with ctest;
 #   2. build-asan/ (-DQOSSNMP_SANITIZE=ON): the unit tests under AddressSanitizer and
 #      UndefinedBehaviorSanitizer.
@@ -12,10 +13,13 @@ jobs=2
 
 "$root/scripts/install-deps.sh"
 
+echo "== clang-format: every C++ source is formatted" >&2
+status=0
+(cd "$root" && git ls-files -z '*.cpp' '*.h' | xargs -0 clang-format --dry-run -Werror) || status=1
+
 echo "== build/ (Debug): unit, MIB and end-to-end tests" >&2
 cmake -S "$root" -B "$root/build" -DCMAKE_BUILD_TYPE=Debug
 cmake --build "$root/build" -j"$jobs"
-status=0
 (cd "$root/build" && ctest --output-on-failure -j1) || status=1
 
 echo "== build-asan/: unit tests under ASan and UBSan" >&2
