@@ -168,7 +168,7 @@ TEST(StateTest, BadMatchRulesAreRefused) {
   EXPECT_EQ(match(R"({"type": "dscpEcn", "dscpRanges": ["14-10"]})"),
             "/classMaps/0/matches/0/dscpRanges/0: range '14-10' runs backwards");
   EXPECT_EQ(match(R"({"type": "dscpEcn", "ecn": 5})"),
-            "/classMaps/0/matches/0/ecn: 5 is not a ECN value (anyEct, notEct, ce, ect)");
+            "/classMaps/0/matches/0/ecn: 5 is not an ECN value (anyEct, notEct, ce, ect)");
   EXPECT_EQ(match(R"({"type": "vlan", "dscp": 1})"),
             "/classMaps/0/matches/0/dscp: only a dscpEcn match has this member");
   EXPECT_EQ(match(R"({"type": "vlan"})"),
