@@ -56,9 +56,18 @@ class Reader {
       known += spelling;
     }
     if (!value.is_string() && !value.is_number_unsigned()) {
-      fail(where, fmt::format("expected a {} name or number, found {}", what, value.type_name()));
+      fail(where, fmt::format("expected {} {} name or number, found {}", article(what), what,
+                              value.type_name()));
     }
-    fail(where, fmt::format("{} is not a {} ({})", value.dump(), what, known));
+    fail(where, fmt::format("{} is not {} {} ({})", value.dump(), article(what), what, known));
+  }
+
+  // "an" before a vowel ("an ECN value"), "a" otherwise ("a class map type").
+  static std::string_view article(std::string_view noun) {
+    return !noun.empty() &&
+                   std::string_view("AEIOUaeiou").find(noun.front()) != std::string_view::npos
+               ? "an"
+               : "a";
   }
 
   static std::string pointer(const std::string& where, std::string_view member) {
