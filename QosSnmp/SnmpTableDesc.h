@@ -120,62 +120,48 @@ constexpr Column<Entry> stringColumn(U32 number, const char* mibName, const char
           }};
 }
 
-// Enumeration column converted by its ...ToAsnInteger function, named `conversion`.
-template <typename Entry, auto Accessor, auto ToAsn>
-constexpr Column<Entry> enumColumn(U32 number, const char* mibName, const char* attrName,
-                                   const char* conversion) {
+// A column whose value the accessor computes and `Encode(value, buf, size)` writes; failures
+// name the encoder as `conversion`.
+template <typename Entry, auto Accessor, auto Encode>
+constexpr Column<Entry> encodedColumn(U32 number, const char* mibName, const char* attrName,
+                                      const char* conversion, u_char asnType) {
   return {number,
           mibName,
           attrName,
           conversion,
-          ASN_INTEGER,
+          asnType,
           0,
           0,
           [](const Entry& e, unsigned char* buf, int size, int) {
-            return ToAsn((e.*Accessor)(), buf, size);
+            return Encode((e.*Accessor)(), buf, size);
           }};
 }
 
+// Enumeration column converted by its ...ToAsnInteger function, named `conversion`.
+template <typename Entry, auto Accessor, auto ToAsn>
+constexpr Column<Entry> enumColumn(U32 number, const char* mibName, const char* attrName,
+                                   const char* conversion) {
+  return encodedColumn<Entry, Accessor, ToAsn>(number, mibName, attrName, conversion, ASN_INTEGER);
+}
+
+// Integer32 column; a U32 value is reported as its 32 bits.
 template <typename Entry, auto Accessor>
 constexpr Column<Entry> integerColumn(U32 number, const char* mibName, const char* attrName) {
-  return {number,
-          mibName,
-          attrName,
-          "S32ToAsnInteger",
-          ASN_INTEGER,
-          0,
-          0,
-          [](const Entry& e, unsigned char* buf, int size, int) {
-            return Snmp::S32ToAsnIntegerF(static_cast<S32>((e.*Accessor)()), buf, size);
-          }};
+  return encodedColumn<Entry, Accessor, Snmp::S32ToAsnIntegerF>(number, mibName, attrName,
+                                                                "S32ToAsnInteger", ASN_INTEGER);
 }
 
+// TruthValue column.
 template <typename Entry, auto Accessor>
 constexpr Column<Entry> truthColumn(U32 number, const char* mibName, const char* attrName) {
-  return {number,
-          mibName,
-          attrName,
-          "BoolToAsnInteger",
-          ASN_INTEGER,
-          0,
-          0,
-          [](const Entry& e, unsigned char* buf, int size, int) {
-            return Snmp::BoolToAsnIntegerF((e.*Accessor)(), buf, size);
-          }};
+  return encodedColumn<Entry, Accessor, Snmp::BoolToAsnIntegerF>(number, mibName, attrName,
+                                                                 "BoolToAsnInteger", ASN_INTEGER);
 }
 
 template <typename Entry, auto Accessor>
 constexpr Column<Entry> counterColumn(U32 number, const char* mibName, const char* attrName) {
-  return {number,
-          mibName,
-          attrName,
-          "U64ToCounter64",
-          ASN_COUNTER64,
-          0,
-          0,
-          [](const Entry& e, unsigned char* buf, int size, int) {
-            return Snmp::U64ToCounter64F((e.*Accessor)(), buf, size);
-          }};
+  return encodedColumn<Entry, Accessor, Snmp::U64ToCounter64F>(number, mibName, attrName,
+                                                               "U64ToCounter64", ASN_COUNTER64);
 }
 
 }  // namespace QosSnmp
