@@ -74,16 +74,13 @@ void ConfigWriter::classMapsIs(const State& state, QosSnmp::QosMib& mib) {
   STATESIM_SYNC_ROWS(mib, classMapTable, classMapRows);
   STATESIM_SYNC_ROWS(mib, classMapMatchTable, matchRows);
 
-  std::vector<Qos::ClassMapCpStaticType> staticTypesGone;
-  for (const auto& [type, status] : mib.cmapByStaticType()) {
-    if (!byStaticType.contains(type)) {
-      staticTypesGone.push_back(type);
-    }
-  }
-  for (Qos::ClassMapCpStaticType type : staticTypesGone) {
-    QTRACE(trace(), 7, "Deleting static class map {}", Mox::enumName(type));
-    mib.cmapByStaticTypeDel(type);
-  }
+  deleteUnwanted(
+      mib.cmapByStaticType(),
+      [&](Qos::ClassMapCpStaticType type) { return byStaticType.contains(type); },
+      [&](Qos::ClassMapCpStaticType type) {
+        QTRACE(trace(), 7, "Deleting static class map {}", Mox::enumName(type));
+        mib.cmapByStaticTypeDel(type);
+      });
   for (const auto& [type, status] : byStaticType) {
     mib.cmapByStaticTypeIs(type, status);
   }

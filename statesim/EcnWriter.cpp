@@ -66,15 +66,10 @@ void EcnWriter::stateIs(const State& state, QosSnmp::QosMib& mib) {
 
   // Interfaces that left a slice (or went).
   slices_.forEach([&](U32 number, Qos::SliceHwStatus& slice) {
-    std::vector<Linko::IntfId> gone;
-    for (const auto& [intf, status] : slice.ecnIntfCounterStatus()) {
-      if (!sliceMembers[number].contains(intf)) {
-        gone.push_back(intf);
-      }
-    }
-    for (Linko::IntfId intf : gone) {
-      slice.ecnIntfCounterStatusDel(intf);
-    }
+    deleteUnwanted(
+        slice.ecnIntfCounterStatus(),
+        [&](Linko::IntfId intf) { return sliceMembers[number].contains(intf); },
+        [&](Linko::IntfId intf) { slice.ecnIntfCounterStatusDel(intf); });
   });
   chipCounters_.sweep();
   slices_.sweep();

@@ -1,4 +1,5 @@
-// StateSim::syncRows: brings one QoS MIB table to the rows a state calls for, key by key.
+// StateSim::syncRows: brings one QoS MIB table to the rows a state calls for, key by key;
+// deleteUnwanted does the same for the members of a status object's map.
 //
 // `desired` maps each index to the row's constructor arguments (a tuple). A row that exists
 // with the same arguments (the same status objects, the same values) is left alone, so it
@@ -28,6 +29,21 @@ void syncRows(const Rows& rows, const std::map<Index, Args>& desired, Is&& is, D
   }
   for (const auto& [index, args] : desired) {
     std::apply([&](const auto&... a) { is(index, a...); }, args);
+  }
+}
+
+// Deletes the members of `map` (a map or hash map) whose key `wanted(key)` rejects. The keys are
+// collected first, so `del(key)` may erase from `map`.
+template <typename Map, typename Wanted, typename Del>
+void deleteUnwanted(const Map& map, Wanted&& wanted, Del&& del) {
+  std::vector<typename Map::key_type> unwanted;
+  for (const auto& [key, member] : map) {
+    if (!wanted(key)) {
+      unwanted.push_back(key);
+    }
+  }
+  for (const auto& key : unwanted) {
+    del(key);
   }
 }
 

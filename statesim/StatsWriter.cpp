@@ -45,20 +45,6 @@ void writePolicerCounter(Qos::PolicerCounter& counter, const PolicerCounts& c) {
   counter.exceedPktsIs(c.exceedPkts);
 }
 
-// Removes the members of a counter's map whose names are not in `keep`.
-template <typename Map, typename Del>
-void keepOnly(const Map& map, const std::set<Mox::String>& keep, Del&& del) {
-  std::vector<Mox::String> gone;
-  for (const auto& [name, member] : map) {
-    if (!keep.contains(name)) {
-      gone.push_back(name);
-    }
-  }
-  for (const auto& name : gone) {
-    del(name);
-  }
-}
-
 }  // namespace
 
 void StatsWriter::stateIs(const State& state, QosSnmp::QosMib& mib) {
@@ -126,10 +112,12 @@ void StatsWriter::stateIs(const State& state, QosSnmp::QosMib& mib) {
       applied.interfaces.push_back(std::move(objects));
     }
     Qos::Counter& counter = *applied.counter;
-    keepOnly(counter.intfCounter(), names,
-             [&](const Mox::String& n) { counter.intfCounterDel(n); });
-    keepOnly(counter.policerStatus(), policed ? names : std::set<Mox::String>{},
-             [&](const Mox::String& n) { counter.policerStatusDel(n); });
+    deleteUnwanted(
+        counter.intfCounter(), [&](const Mox::String& n) { return names.contains(n); },
+        [&](const Mox::String& n) { counter.intfCounterDel(n); });
+    deleteUnwanted(
+        counter.policerStatus(), [&](const Mox::String& n) { return policed && names.contains(n); },
+        [&](const Mox::String& n) { counter.policerStatusDel(n); });
     applied_.push_back(std::move(applied));
   }
 
