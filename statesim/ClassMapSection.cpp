@@ -1,6 +1,7 @@
 #include <charconv>
 #include <set>
 
+#include "Qos/Dscp.h"
 #include "Sections.h"
 
 namespace StateSim {
@@ -29,12 +30,6 @@ constexpr Spelling<Acl::Ecn> ecnSpellings[] = {
     {"notEct", Acl::Ecn::ecnNotEct_},
     {"ce", Acl::Ecn::ecnCe_},
     {"ect", Acl::Ecn::ecnEct_},
-};
-constexpr std::pair<std::string_view, U8> dscpNames[] = {
-    {"CS0", 0},   {"CS1", 8},   {"AF11", 10}, {"AF12", 12}, {"AF13", 14}, {"CS2", 16},
-    {"AF21", 18}, {"AF22", 20}, {"AF23", 22}, {"CS3", 24},  {"AF31", 26}, {"AF32", 28},
-    {"AF33", 30}, {"CS4", 32},  {"AF41", 34}, {"AF42", 36}, {"AF43", 38}, {"CS5", 40},
-    {"EF", 46},   {"CS6", 48},  {"CS7", 56},
 };
 constexpr U8 maxDscp = 63;
 constexpr U16 maxVlan = 4095;
@@ -85,12 +80,11 @@ void readDscpEcn(const JsonObject& m, MatchState& match) {
   if (const Json* dscp = m.member("dscp")) {
     if (dscp->is_string()) {
       const std::string& name = dscp->get_ref<const std::string&>();
-      auto it = std::find_if(std::begin(dscpNames), std::end(dscpNames),
-                             [&](const auto& n) { return n.first == name; });
-      if (it == std::end(dscpNames)) {
+      const Qos::DscpName* named = Qos::dscpByName(name);
+      if (!named) {
         r.fail(m.at("dscp"), fmt::format("'{}' is not a DSCP name (CS0-CS7, AF11-AF43, EF)", name));
       }
-      match.dscp = it->second;
+      match.dscp = named->value;
       match.dscpNamed = true;
     } else {
       match.dscp = static_cast<U8>(r.number(*dscp, m.at("dscp"), maxDscp));
