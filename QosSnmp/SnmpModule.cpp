@@ -9,10 +9,15 @@
 
 namespace QosSnmp {
 
-SnmpModule::SnmpModule(const char* moduleName, std::initializer_list<oid> objectRoot)
-    : name_(moduleName), objectRoot_(objectRoot) {}
+SnmpModule::SnmpModule(const char* moduleName, std::initializer_list<oid> moduleOid,
+                       const char* description)
+    : name_(moduleName), objectRoot_(moduleOid) {
+  Snmp::mibModuleIs(name_, std::vector<U64>(moduleOid.begin(), moduleOid.end()), description);
+  objectRoot_.push_back(1);
+}
 
 SnmpModule::~SnmpModule() {
+  Snmp::mibModuleDel(name_);
   for (auto& [context, infos] : columnInfos_) {
     for (netsnmp_column_info* info : infos) {
       std::free(info);

@@ -23,15 +23,16 @@ namespace QosSnmp {
 
 class SnmpModule {
  public:
-  // moduleName: "veloraQosMib"; moduleOid: the module's object root, to which table arcs are
-  // appended (enterprises.E.3.13.1 for the QoS MIB).
-  SnmpModule(const char* moduleName, std::initializer_list<oid> objectRoot);
+  // moduleName: "veloraQosMib"; moduleOid: the MODULE-IDENTITY's OID (enterprises.E.3.13 for
+  // the QoS MIB), whose arc 1 holds the tables. Declares the module to the platform
+  // (Snmp::mibModuleIs), so that it is listed in sysORTable with `description`.
+  SnmpModule(const char* moduleName, std::initializer_list<oid> moduleOid, const char* description);
   ~SnmpModule();
   SnmpModule(const SnmpModule&) = delete;
   SnmpModule& operator=(const SnmpModule&) = delete;
 
   const char* name() const noexcept { return name_; }
-  // The OID of table `arc`: the object root followed by the arc (11 arcs).
+  // The OID of table `arc`: the module's object root (module.1) followed by the arc (11 arcs).
   std::vector<oid> tableOid(U32 arc) const;
 
   // Agent debug-log line of init_ ("Initializing in context ...").

@@ -7,8 +7,9 @@
 
 namespace {
 
-QosSnmp::SnmpModule veloraQosMib("veloraQosMib",
-                                 {1, 3, 6, 1, 4, 1, VELORA_ENTERPRISE_ARC, 3, 13, 1});
+QosSnmp::SnmpModule veloraQosMib(
+    "veloraQosMib", {1, 3, 6, 1, 4, 1, VELORA_ENTERPRISE_ARC, 3, 13},
+    "VELORA-QOS-MIB: class maps, policy maps, service policies, statistics");
 
 }  // namespace
 

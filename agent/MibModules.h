@@ -1,9 +1,9 @@
 // Agent::MibModules: the plug-in's MIB modules, served in the agent's contexts.
 //
 // The plug-in announces one Snmp::HandlerRegistration per MIB module when it is loaded
-// (Snmp::AutoRegistree). start() declares where each module lives (Snmp::mibModuleIs), then
-// calls initHandler for the default context and then for each named context, on every
-// announced registration; stop() calls unregisterHandler for the same registrations and
+// (Snmp::AutoRegistree), and declares where it lives (Snmp::mibModuleIs). start() calls
+// initHandler for the default context and then for each named context, on every announced
+// registration; stop() calls unregisterHandler for the same registrations and
 // contexts. The destructor stops what is still started.
 //
 // REQUIRES: net-snmp is set up, and the platform's agent root and configuration are set
@@ -36,9 +36,5 @@ class MibModules {
   std::vector<std::string> contexts_;
   bool started_ = false;
 };
-
-// Declares the OIDs of the plug-in's three modules (veloraQosMib, veloraPolicingMib,
-// veloraIfPolicerMib) under the enterprise arc `enterprise`.
-void declareMibModules(unsigned long enterprise);
 
 }  // namespace Agent

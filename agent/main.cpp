@@ -56,7 +56,6 @@ int serve(const Agent::Options& options) {
     fmt::print(stderr, "qossnmpd: {}\n", e.what());
     return exitBadState;
   }
-  Agent::declareMibModules(VELORA_ENTERPRISE_ARC);
   Agent::MibModules modules(options.contexts);
   modules.start();
 

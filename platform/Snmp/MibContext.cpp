@@ -34,6 +34,10 @@ void mibModuleIs(const Quill::String& module, std::vector<U64> moduleOid,
   directory().insert_or_assign(module, std::move(info));
 }
 
+void mibModuleDel(const Quill::String& module) {
+  directory().erase(module);
+}
+
 void registerMibContext(const Quill::String& context, const Quill::String& module) {
   auto [it, inserted] = contexts()[context].insert(module);
   QUILL_ASSERT(inserted && "module registered twice in one context");

@@ -6,7 +6,7 @@ import time
 import pytest
 
 from classmaps import expected_walk
-from snmpclient import CLASS_MAP_TABLE, ENTERPRISE, NetSnmp
+from snmpclient import CLASS_MAP_TABLE, ENTERPRISE, QOS_MIB, NetSnmp
 
 CLASS_MAPS = [
     {"id": "cm-voice", "type": "qos", "name": "voice", "matchCondition": "all"},
@@ -29,6 +29,14 @@ rocommunity public 127.0.0.1
 """
 ALICE = ["-v3", "-u", "alice", "-l", "authPriv", "-a", "SHA", "-A", "alice-auth-pass",
          "-x", "AES", "-X", "alice-priv-pass"]
+
+
+SYS_OR_ID = (1, 3, 6, 1, 2, 1, 1, 9, 1, 2)
+
+
+def test_the_qos_mib_module_is_listed_in_sysortable(start_agent):
+    listed = start_agent(CLASS_MAPS).netsnmp().walk(SYS_OR_ID)
+    assert [(v.type, v.value) for v in listed] == [("OID", QOS_MIB)]
 
 
 class TestNamedContext:
