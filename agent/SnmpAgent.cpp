@@ -1,5 +1,7 @@
 #include "SnmpAgent.h"
 
+#include "MasterSession.h"
+
 #include <cstdlib>
 #include <fstream>
 
@@ -75,8 +77,8 @@ SnmpAgent::SnmpAgent(const SnmpAgentSettings& settings) : subAgent_(!settings.ag
                           settings.agentx.c_str());
     endpoint_ = "AgentX master " + settings.agentx;
   } else {
-    netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS,
-                          settings.listen.c_str());
+    // The library opens no listener of its own: MasterSession serves the address.
+    netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS, "none");
     endpoint_ = settings.listen;
   }
 
@@ -93,14 +95,24 @@ SnmpAgent::SnmpAgent(const SnmpAgentSettings& settings) : subAgent_(!settings.ag
     init_system_mib();
     init_sysORTable();
   }
+  // Responses are always encoded in reverse; the forward encoder is never needed.
+  setLibraryFlag(NETSNMP_DS_LIB_REVERSE_ENCODE, true);
   init_snmp(appName);
-  if (!subAgent_ && init_master_agent() != 0) {
-    snmp_shutdown(appName);
-    throw SnmpAgentError(fmt::format("cannot listen on {}", settings.listen));
+  if (!subAgent_) {
+    try {
+      if (init_master_agent() != 0) {
+        throw SnmpAgentError("cannot start the master agent");
+      }
+      master_ = std::make_unique<MasterSession>(settings.listen);
+    } catch (const SnmpAgentError&) {
+      snmp_shutdown(appName);
+      throw;
+    }
   }
 }
 
 SnmpAgent::~SnmpAgent() {
+  master_.reset();
   snmp_shutdown(appName);
   if (!subAgent_) {
     shutdown_master_agent();

@@ -10,7 +10,9 @@
 //     connection;
 //   - a master agent serves the system group and sysORTable beside the plug-in's modules, and
 //     applies the access rules of the configuration (rocommunity, rouser, createUser,
-//     com2sec/group/access/view, ...).
+//     com2sec/group/access/view, ...);
+//   - a master agent's responses always fit the size the manager announced, whatever the
+//     manager asks for (MasterSession, ResponseFit.h).
 // After construction the plug-in may register its handlers. The destructor shuts net-snmp down;
 // unregister handlers before.
 //
@@ -22,6 +24,7 @@
 // only thread.
 #pragma once
 
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -36,6 +39,8 @@ struct SnmpAgentSettings {
   std::string agentx;      // sub-agent: the master's AgentX socket; empty for a master agent
   std::string configFile;  // net-snmp directives
 };
+
+class MasterSession;
 
 class SnmpAgent {
  public:
@@ -54,6 +59,7 @@ class SnmpAgent {
  private:
   bool subAgent_;
   std::string endpoint_;
+  std::unique_ptr<MasterSession> master_;
 };
 
 }  // namespace Agent

@@ -16,6 +16,7 @@
 #include "MibModules.h"
 #include "Options.h"
 #include "PlatformSetup.h"
+#include "ResponseFit.h"
 #include "SnmpAgent.h"
 #include "StatusSource.h"
 
@@ -46,6 +47,16 @@ void reloadState(StateSim::StatusSource& source, const std::string& path) {
   }
 }
 
+void logResponseFit() {
+  const Agent::ResponseFitCounters& fit = Agent::responseFitCounters();
+  snmp_log(LOG_INFO,
+           "qossnmpd: %llu bulk responses cut to fit the manager's message size (%llu varbinds "
+           "left out), %llu answered tooBig\n",
+           static_cast<unsigned long long>(fit.bulkResponsesCut),
+           static_cast<unsigned long long>(fit.varbindsDropped),
+           static_cast<unsigned long long>(fit.responsesRefused));
+}
+
 int serve(const Agent::Options& options) {
   Agent::SnmpAgent snmp({options.listen, options.agentx, options.config});
   auto root = Agent::setUpPlatform(options);
@@ -68,6 +79,7 @@ int serve(const Agent::Options& options) {
   snmp_log(LOG_INFO, "qossnmpd: ready on %s\n", snmp.endpoint().c_str());
   int signal = loop.run(callbacks);
   snmp_log(LOG_INFO, "qossnmpd: stopping on signal %d\n", signal);
+  logResponseFit();
   modules.stop();
   return 0;
 }

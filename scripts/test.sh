@@ -3,7 +3,7 @@
 #   0. clang-format --dry-run over every C++ source;
 #   1. build/ (Debug): every test — unit, MIB checks and end-to-end — with ctest;
 #   2. build-asan/ (-DQOSSNMP_SANITIZE=ON): the unit tests under AddressSanitizer and
-#      UndefinedBehaviorSanitizer.
+#      UndefinedBehaviorSanitizer, and the agent built with them against hostile requests.
 # Installs missing Debian packages first. Both stages run even if the first fails; the exit
 # status is non-zero if any build or test failed.
 set -euo pipefail
@@ -22,11 +22,11 @@ cmake -S "$root" -B "$root/build" -DCMAKE_BUILD_TYPE=Debug
 cmake --build "$root/build" -j"$jobs"
 (cd "$root/build" && ctest --output-on-failure -j1) || status=1
 
-echo "== build-asan/: unit tests under ASan and UBSan" >&2
+echo "== build-asan/: unit and hostile-request tests under ASan and UBSan" >&2
 cmake -S "$root" -B "$root/build-asan" -DCMAKE_BUILD_TYPE=Debug -DQOSSNMP_SANITIZE=ON
 cmake --build "$root/build-asan" -j"$jobs"
 (cd "$root/build-asan" &&
     ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
     UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
-    ctest --output-on-failure -L unit -j1) || status=1
+    ctest --output-on-failure -L 'unit|hostile' -j1) || status=1
 exit "$status"
