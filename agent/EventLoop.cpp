@@ -90,7 +90,11 @@ int EventLoop::run(const Callbacks& callbacks) {
   }
   int stoppedBy = 0;
   while (stoppedBy == 0) {
-    unsigned long signals = serveOnce();
+    const bool busy = callbacks.tasksRunnable && callbacks.tasksRunnable();
+    unsigned long signals = serveOnce(busy);
+    if (busy) {
+      callbacks.runTasks();
+    }
     if (signals & (1UL << SIGHUP)) {
       callbacks.reload();
     }
@@ -106,13 +110,17 @@ int EventLoop::run(const Callbacks& callbacks) {
   return stoppedBy;
 }
 
-unsigned long EventLoop::serveOnce() {
+unsigned long EventLoop::serveOnce(bool poll) {
   int numfds = 0;
   fd_set readfds;
   FD_ZERO(&readfds);
   timeval timeout = {};
   int block = 1;
   snmp_select_info(&numfds, &readfds, &timeout, &block);
+  if (poll) {
+    block = 0;
+    timeout = {};
+  }
   int signalFd = signalPipe_[0];
   FD_SET(signalFd, &readfds);
   numfds = std::max(numfds, signalFd + 1);

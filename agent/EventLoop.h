@@ -2,9 +2,12 @@
 //
 // run() serves net-snmp's sockets and alarms and turns process signals into calls on this
 // thread: SIGHUP calls `reload`, SIGTERM and SIGINT end run(). When `tick` is set it is called
-// once a second. A signal handler only writes the signal number into a pipe that the loop
-// watches, so the callbacks run between SNMP requests, never inside one, and a signal that
-// arrives while the loop is busy is handled as soon as it is idle again.
+// once a second. Background work (the task scheduler's tasks) runs between requests: while
+// `tasksRunnable` says there is some, the loop polls the sockets without blocking, serves what
+// arrived, and then calls `runTasks`, which runs tasks for one short time slice; so a request
+// waits at most one slice behind a long task. A signal handler only writes the signal number into a
+// pipe that the loop watches, so the callbacks run between SNMP requests, never inside one, and a
+// signal that arrives while the loop is busy is handled as soon as it is idle again.
 //
 // The constructor installs the handlers for the three signals and the destructor restores the
 // default actions: one EventLoop per process, constructed and run on the agent's thread after
@@ -18,8 +21,10 @@ namespace Agent {
 class EventLoop {
  public:
   struct Callbacks {
-    std::function<void()> reload;  // on SIGHUP
-    std::function<void()> tick;    // once a second, if set
+    std::function<void()> reload;         // on SIGHUP
+    std::function<void()> tick;           // once a second, if set
+    std::function<bool()> tasksRunnable;  // whether background work is waiting, if set
+    std::function<void()> runTasks;       // runs background work for one time slice
   };
 
   EventLoop();
@@ -31,9 +36,9 @@ class EventLoop {
   int run(const Callbacks& callbacks);
 
  private:
-  // Waits for the next socket, alarm or signal event and serves it; returns the signals that
-  // arrived, as a bit set by signal number.
-  unsigned long serveOnce();
+  // Waits for the next socket, alarm or signal event (without waiting when `poll`) and serves
+  // it; returns the signals that arrived, as a bit set by signal number.
+  unsigned long serveOnce(bool poll);
 
   int signalPipe_[2] = {-1, -1};
 };
