@@ -126,9 +126,9 @@ class WatchedMap {
     return const_iterator(set_.lower_bound(Probe{keyHash(k), k}));
   }
 
-  // Inserts k or replaces its value. Setting the value k already has is no change: nothing is
-  // counted or published.
-  void set(const K& k, V v) {
+  // Inserts k or replaces its value; returns whether that changed anything. Setting the value k
+  // already has is no change: nothing is counted or published.
+  bool set(const K& k, V v) {
     U32 h = keyHash(k);
     auto it = set_.find(Probe{h, k});
     if (it == set_.end()) {
@@ -136,12 +136,13 @@ class WatchedMap {
     } else {
       if constexpr (std::equality_comparable<V>) {
         if (it->kv.second == v) {
-          return;
+          return false;
         }
       }
       it->kv.second = std::move(v);
     }
     changed(k);
+    return true;
   }
 
   // Removes k; false (and no change) when absent.

@@ -108,9 +108,9 @@ TEST_F(WatchedMapTest, ResumeAtAPresentKeyStartsThere) {
 
 TEST_F(WatchedMapTest, EveryChangeCountsInTheHeaderVersion) {
   EXPECT_EQ(map_.header(), 0U);
-  map_.set(IntfId(1), 10);  // insert
-  map_.set(IntfId(1), 11);  // replace
-  map_.set(IntfId(1), 11);  // same value: no change
+  map_.set(IntfId(1), 10);                // insert
+  map_.set(IntfId(1), 11);                // replace
+  EXPECT_FALSE(map_.set(IntfId(1), 11));  // same value: no change
   EXPECT_FALSE(map_.del(IntfId(2)));
   EXPECT_TRUE(map_.del(IntfId(1)));
   EXPECT_EQ(map_.version(), 3U);
