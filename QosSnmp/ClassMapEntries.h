@@ -4,9 +4,9 @@
 #include "Acl/Ecn.h"
 #include "Qos/ClassMapMatch.h"
 #include "Qos/ClassMapStatus.h"
-#include "QosMibIndexes.h"
+#include "QosSnmp/QosMibIndexes.h"
 #include "Quill/String.h"
-#include "TableEntry.h"
+#include "QosSnmp/TableEntry.h"
 
 namespace QosSnmp {
 

@@ -5,9 +5,9 @@
 #include "Linko/IntfId.h"
 #include "Qos/EcnCounterTable.h"
 #include "Qos/EcnStatus.h"
-#include "QosMibIndexes.h"
+#include "QosSnmp/QosMibIndexes.h"
 #include "Snmp/String.h"
-#include "TableEntry.h"
+#include "QosSnmp/TableEntry.h"
 
 namespace QosSnmp {
 

@@ -1,11 +1,11 @@
 // ECN rows: chip counters, and per-queue counters from the interface's counter status or the
 // shared-memory table: enabled queues, queue number bounds, the locally marked count, and
 // damaged table records.
-#include "EcnEntries.h"
+#include "QosSnmp/EcnEntries.h"
 
 #include <gtest/gtest.h>
 
-#include "AssertionRegex.h"
+#include "QosSnmp/AssertionRegex.h"
 
 namespace {
 

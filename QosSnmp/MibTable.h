@@ -16,7 +16,7 @@
 
 #include <fmt/format.h>
 
-#include "IndexText.h"
+#include "QosSnmp/IndexText.h"
 #include "Mox/Entity.h"
 #include "Mox/RbTreeMap.h"
 #include "Quill/Exception.h"

@@ -4,9 +4,9 @@
 #include "Qos/Counters.h"
 #include "Qos/HwStatus.h"
 #include "Qos/PolicyMapStatus.h"
-#include "QosMibIndexes.h"
+#include "QosSnmp/QosMibIndexes.h"
 #include "Quill/String.h"
-#include "TableEntry.h"
+#include "QosSnmp/TableEntry.h"
 
 namespace QosSnmp {
 

@@ -7,15 +7,15 @@
 // Not thread-safe: the writer and the SNMP layer run on the agent's one thread.
 #pragma once
 
-#include "ClassMapEntries.h"
-#include "EcnEntries.h"
-#include "MibTable.h"
+#include "QosSnmp/ClassMapEntries.h"
+#include "QosSnmp/EcnEntries.h"
+#include "QosSnmp/MibTable.h"
 #include "Mox/AllocationTracker.h"
 #include "Mox/Entity.h"
 #include "Mox/HashMap.h"
-#include "PolicyMapEntries.h"
+#include "QosSnmp/PolicyMapEntries.h"
 #include "Qos/ClassMapStatus.h"
-#include "StatsEntries.h"
+#include "QosSnmp/StatsEntries.h"
 
 namespace QosSnmp {
 

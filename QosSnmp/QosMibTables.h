@@ -4,9 +4,9 @@
 
 #include <array>
 
-#include "Conversions.h"
-#include "QosMib.h"
-#include "SnmpTableDesc.h"
+#include "QosSnmp/Conversions.h"
+#include "QosSnmp/QosMib.h"
+#include "QosSnmp/SnmpTableDesc.h"
 
 namespace QosSnmp::QosMibTables {
 

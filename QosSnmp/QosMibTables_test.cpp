@@ -2,17 +2,17 @@
 // GETs through the registered callbacks for the tables whose indexes or encodings are unusual
 // (the ECN counter table keyed by its descriptor string, the action value's low 32 bits, a
 // queue number out of range).
-#include "QosMibTables.h"
+#include "QosSnmp/QosMibTables.h"
 
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "QosMib.h"
-#include "SnmpModule.h"
-#include "TestAgent.h"
-#include "veloraQosMib.h"
+#include "QosSnmp/QosMib.h"
+#include "QosSnmp/SnmpModule.h"
+#include "QosSnmp/TestAgent.h"
+#include "QosSnmp/veloraQosMib.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "QosMib.h"
+#include "QosSnmp/QosMib.h"
 
 #include <vector>
 

@@ -32,14 +32,14 @@
 #include <net-snmp/net-snmp-includes.h>
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
-#include "IndexText.h"
+#include "QosSnmp/IndexText.h"
 #include "Quill/Assert.h"
 #include "Quill/Exception.h"
 #include "Quill/Ptr.h"
 #include "Snmp/CordbUtil.h"
 #include "Snmp/RegVoidCollByContext.h"
-#include "SnmpTableDesc.h"
-#include "Trace.h"
+#include "QosSnmp/SnmpTableDesc.h"
+#include "QosSnmp/Trace.h"
 
 namespace QosSnmp {
 

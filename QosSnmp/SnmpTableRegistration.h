@@ -21,9 +21,9 @@
 #include "Quill/Assert.h"
 #include "Snmp/CordbUtil.h"
 #include "Snmp/RegVoidCollByContext.h"
-#include "SnmpModule.h"
-#include "SnmpTableDesc.h"
-#include "Trace.h"
+#include "QosSnmp/SnmpModule.h"
+#include "QosSnmp/SnmpTableDesc.h"
+#include "QosSnmp/Trace.h"
 
 namespace QosSnmp {
 

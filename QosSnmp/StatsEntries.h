@@ -5,9 +5,9 @@
 
 #include "Qos/Counters.h"
 #include "Qos/ServicePolicyKey.h"
-#include "QosMibIndexes.h"
+#include "QosSnmp/QosMibIndexes.h"
 #include "Quill/String.h"
-#include "TableEntry.h"
+#include "QosSnmp/TableEntry.h"
 
 namespace QosSnmp {
 

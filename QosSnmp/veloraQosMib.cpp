@@ -1,9 +1,9 @@
-#include "veloraQosMib.h"
+#include "QosSnmp/veloraQosMib.h"
 
-#include "QosMibTables.h"
+#include "QosSnmp/QosMibTables.h"
 #include "Snmp/HandlerRegistration.h"
 #include "Snmp/MibContext.h"
-#include "SnmpTableCallbacks.h"
+#include "QosSnmp/SnmpTableCallbacks.h"
 
 namespace {
 

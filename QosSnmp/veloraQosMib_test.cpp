@@ -1,7 +1,7 @@
 // The QoS MIB module as net-snmp drives it: registration per context, the iterator callbacks
 // of the class map table (hints, counters, rows changing during a walk, context lifetimes) and
 // the GET handler's answers and errors.
-#include "veloraQosMib.h"
+#include "QosSnmp/veloraQosMib.h"
 
 #include <cstring>
 #include <string>
@@ -10,12 +10,12 @@
 #include <gtest/gtest.h>
 
 #include "Mox/Singleton.h"
-#include "QosMib.h"
+#include "QosSnmp/QosMib.h"
 #include "Quill/Trace.h"
 #include "Snmp/MibContext.h"
 #include "Snmp/RegVoidCollByContext.h"
-#include "SnmpModule.h"
-#include "TestAgent.h"
+#include "QosSnmp/SnmpModule.h"
+#include "QosSnmp/TestAgent.h"
 
 namespace {
 
