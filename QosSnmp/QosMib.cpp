@@ -4,20 +4,6 @@ namespace QosSnmp {
 
 Mox::AllocationTracker QosMib::memAllocationTracker_("QosSnmp::QosMib");
 
-QosMib::~QosMib() {
-  classMapTableDelAll();
-  classMapMatchTableDelAll();
-  policyMapTableDelAll();
-  policyMapClassTableDelAll();
-  policyMapActionTableDelAll();
-  servicePolicyTableDelAll();
-  qosStatsTableDelAll();
-  qosPerIntfStatsTableDelAll();
-  qosPolicerStatsTableDelAll();
-  ecnCounterTableDelAll();
-  ecnQueueCounterTableDelAll();
-}
-
 Quill::Ptr<Qos::ClassMapStatus const> QosMib::cmapByStaticType(
     Qos::ClassMapCpStaticType type) const {
   auto it = cmapByStaticType_.find(type);
