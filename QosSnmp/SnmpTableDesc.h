@@ -4,15 +4,19 @@
 //   using Entity, Entry;                       the model entity and its row type
 //   static constexpr const char* name;         MIB table name ("veloraClassMapTable")
 //   static constexpr U32 arc;                  table arc below the module's object root
+//   static constexpr const char* modelPath;    where the entity is mounted ("snmp/qos/root")
+//   static constexpr const char* entityType;   its type, for messages ("QosSnmp::QosMib")
 //   static const Map& table(const Entity&);    the model table that is walked
-//   static constexpr std::array indexes;       IndexComponent<Index>, in index order
+//   static constexpr std::tuple indexes;       IndexComponent<Index, V>, in index order
 //   static constexpr std::array columns;       Column<Entry>, ascending column numbers
 // Components and columns are built with the helpers below from member pointers and
-// conversion functions, so a table is described, not coded.
+// conversion functions, so a table is described, not coded. The index record of a table is
+// built from its components' values through its constructor, in index order.
 #pragma once
 
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
@@ -24,20 +28,23 @@
 
 namespace QosSnmp {
 
-// One component of a table's index.
-template <typename Index>
+// One component of a table's index, of value type V. `get` finds it in a key; encode and
+// decode are the codecs the table names for it.
+template <typename Index, typename V>
 struct IndexComponent {
+  using IndexType = Index;
+  using ValueType = V;
   const char* mibName;   // "veloraClassMapId"
   const char* attrName;  // "classMapId", the index record's field
   u_char asnType;
   int maxLen;  // octet strings: the longest value the index carries
-  // Encodes the component of `index` into buf (length, or negative on failure).
-  int (*encode)(const Index& index, unsigned char* buf, int size, int maxLen);
-  // Stores a request varbind's value into the component of `index`; raises
-  // Quill::RangeException when the value is out of range for the component.
-  void (*decode)(Index& index, const netsnmp_variable_list& var);
-  // The component of `index` as text, for traces.
-  std::string (*print)(const Index& index);
+  const V& (*get)(const Index& index);
+  // Encodes a value into buf (length, or negative on failure).
+  int (*encode)(const V& value, unsigned char* buf, int size, int maxLen);
+  // Reads a request varbind's value; raises Quill::RangeException when it is out of range.
+  V (*decode)(const netsnmp_variable_list& var);
+  // A value as text, for traces.
+  std::string (*print)(const V& value);
 };
 
 // One served column.
@@ -54,53 +61,83 @@ struct Column {
 };
 
 // --- index components ---
+//
+// A component is a field of the index record (`stringComponent<I, &I::classMapId>`).
 
-template <typename Index, auto Field>
-constexpr IndexComponent<Index> stringComponent(const char* mibName, const char* attrName,
-                                                int maxLen) {
+namespace detail {
+
+template <typename Index, auto Member>
+constexpr const auto& fieldOf(const Index& index) {
+  return index.*Member;
+}
+
+template <typename Key>
+constexpr const Key& wholeKey(const Key& key) {
+  return key;
+}
+
+template <typename Index>
+constexpr IndexComponent<Index, Snmp::String> octetStringAt(
+    const Snmp::String& (*get)(const Index&), const char* mibName, const char* attrName,
+    int maxLen) {
   return {mibName,
           attrName,
           ASN_OCTET_STR,
           maxLen,
-          [](const Index& index, unsigned char* buf, int size, int max) {
-            return Snmp::StringToAsnOctetStringF(index.*Field, buf, size, max);
+          get,
+          [](const Snmp::String& value, unsigned char* buf, int size, int max) {
+            return Snmp::StringToAsnOctetStringF(value, buf, size, max);
           },
-          [](Index& index, const netsnmp_variable_list& var) {
-            index.*Field = Snmp::AsnOctetStringToSnmpString(var.val.string, var.val_len);
+          [](const netsnmp_variable_list& var) {
+            return Snmp::AsnOctetStringToSnmpString(var.val.string, var.val_len);
           },
-          [](const Index& index) { return (index.*Field).str(); }};
+          [](const Snmp::String& value) { return value.str(); }};
+}
+
+// An integer or enumeration component with its encoder `Encode(value, buf, size)` and its
+// decoder `Decode(asnValue)`.
+template <typename Index, typename V, auto Encode, auto Decode>
+constexpr IndexComponent<Index, V> integerAt(const V& (*get)(const Index&), const char* mibName,
+                                             const char* attrName) {
+  return {
+      mibName,
+      attrName,
+      ASN_INTEGER,
+      0,
+      get,
+      [](const V& value, unsigned char* buf, int size, int) { return Encode(value, buf, size); },
+      [](const netsnmp_variable_list& var) -> V { return Decode(var.val.integer); },
+      [](const V& value) -> std::string {
+        if constexpr (std::is_enum_v<V>) {
+          return Mox::enumName(value);
+        } else {
+          return std::to_string(value);
+        }
+      }};
+}
+
+template <typename Index, auto Field>
+using FieldType = std::remove_cvref_t<decltype(std::declval<const Index&>().*Field)>;
+
+}  // namespace detail
+
+template <typename Index, auto Field>
+constexpr auto stringComponent(const char* mibName, const char* attrName, int maxLen) {
+  return detail::octetStringAt<Index>(&detail::fieldOf<Index, Field>, mibName, attrName, maxLen);
 }
 
 // Enumeration component with its forward and reverse conversions.
 template <typename Index, auto Field, auto ToAsn, auto FromAsn>
-constexpr IndexComponent<Index> enumComponent(const char* mibName, const char* attrName) {
-  return {mibName,
-          attrName,
-          ASN_INTEGER,
-          0,
-          [](const Index& index, unsigned char* buf, int size, int) {
-            return ToAsn(index.*Field, buf, size);
-          },
-          [](Index& index, const netsnmp_variable_list& var) {
-            index.*Field = FromAsn(var.val.integer);
-          },
-          [](const Index& index) { return Mox::enumName(index.*Field); }};
+constexpr auto enumComponent(const char* mibName, const char* attrName) {
+  return detail::integerAt<Index, detail::FieldType<Index, Field>, ToAsn, FromAsn>(
+      &detail::fieldOf<Index, Field>, mibName, attrName);
 }
 
-// Plain 32-bit integer component (ifIndex, queue, sequence number).
-template <typename Index, auto Field>
-constexpr IndexComponent<Index> integerComponent(const char* mibName, const char* attrName) {
-  return {mibName,
-          attrName,
-          ASN_INTEGER,
-          0,
-          [](const Index& index, unsigned char* buf, int size, int) {
-            return Snmp::U32ToAsnUnsignedF(index.*Field, buf, size);
-          },
-          [](Index& index, const netsnmp_variable_list& var) {
-            index.*Field = Snmp::AsnUnsignedToU32(var.val.integer);
-          },
-          [](const Index& index) { return std::to_string(index.*Field); }};
+// Integer component (ifIndex, queue, sequence number) with its codecs.
+template <typename Index, auto Field, auto Encode, auto Decode>
+constexpr auto integerComponent(const char* mibName, const char* attrName) {
+  return detail::integerAt<Index, detail::FieldType<Index, Field>, Encode, Decode>(
+      &detail::fieldOf<Index, Field>, mibName, attrName);
 }
 
 // --- columns ---

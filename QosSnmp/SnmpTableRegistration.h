@@ -12,6 +12,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <tuple>
 
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
@@ -88,12 +89,11 @@ class SnmpTableRegistration {
 
     auto* tinfo = static_cast<netsnmp_table_registration_info*>(
         std::calloc(1, sizeof(netsnmp_table_registration_info)));
-    for (const auto& component : Desc::indexes) {
-      if (!snmp_varlist_add_variable(&tinfo->indexes, nullptr, 0, component.asnType, nullptr, 0)) {
-        QTRACE(snmpTrace(), 0, "Failed to set up {} in netsnmp table_info in context \"{}\"",
-               component.mibName, context);
-      }
-    }
+    std::apply(
+        [&](const auto&... component) {
+          (addIndexVariable(tinfo, component.asnType, component.mibName, context), ...);
+        },
+        Desc::indexes);
     tinfo->min_column = Desc::columns.front().number;
     tinfo->max_column = Desc::columns.back().number;
     tinfo->valid_columns = colInfo;
@@ -117,6 +117,14 @@ class SnmpTableRegistration {
     int injected = netsnmp_inject_handler(reg, netsnmp_get_serialize_handler());
     QUILL_ASSERT(injected == SNMPERR_SUCCESS);
     QTRACE(snmpTrace(), 8, "Initialized table {} in context \"{}\"", Desc::name, context);
+  }
+
+  static void addIndexVariable(netsnmp_table_registration_info* tinfo, u_char asnType,
+                               const char* mibName, const Quill::String& context) {
+    if (!snmp_varlist_add_variable(&tinfo->indexes, nullptr, 0, asnType, nullptr, 0)) {
+      QTRACE(snmpTrace(), 0, "Failed to set up {} in netsnmp table_info in context \"{}\"", mibName,
+             context);
+    }
   }
 
   // The valid-column list registered with net-snmp (ascending).
