@@ -187,27 +187,14 @@ struct QosStatsTable : Base {
                            "veloraQosBytesDropped", "veloraQosBytesSent", "veloraQosBytesMatched"});
 };
 
-// The ECN counter table is keyed by the counter's descriptor itself, not by an index record.
-inline constexpr IndexComponent<Snmp::String, Snmp::String> ecnDescriptorComponent = {
-    "veloraEcnCounterDescriptor",
-    "ecnCounterDescriptor",
-    ASN_OCTET_STR,
-    ecnDescriptorMaxLen,
-    [](const Snmp::String& key) -> const Snmp::String& { return key; },
-    [](const Snmp::String& value, unsigned char* buf, int size, int max) {
-      return Snmp::StringToAsnOctetStringF(value, buf, size, max);
-    },
-    [](const netsnmp_variable_list& var) {
-      return Snmp::AsnOctetStringToSnmpString(var.val.string, var.val_len);
-    },
-    [](const Snmp::String& value) { return value.str(); }};
-
 struct EcnCounterTable : Base {
   using Entry = EcnCounterTableEntry;
   static constexpr const char* name = "veloraEcnCounterTable";
   static constexpr U32 arc = 8;
   static const auto& table(const QosMib& mib) { return mib.ecnCounterTable(); }
-  static constexpr std::tuple indexes = {ecnDescriptorComponent};
+  // Keyed by the counter's descriptor itself, not by an index record.
+  static constexpr std::tuple indexes = {wholeKeyComponent<Snmp::String>(
+      "veloraEcnCounterDescriptor", "ecnCounterDescriptor", ecnDescriptorMaxLen)};
   static constexpr std::array columns = {
       counterColumn<Entry, &Entry::ecnCounter>(2, "veloraEcnCounterValue", "ecnCounter"),
       integerColumn<Entry, &Entry::veloraEcnCounterEntity>(3, "veloraEcnCounterEntity",

@@ -66,6 +66,8 @@ enum IterEvent : U32 {
 
 template <typename Desc>
 class SnmpTable {
+  static_assert(checkTableDescription<Desc>());
+
  public:
   using Entity = typename Desc::Entity;
   using Entry = typename Desc::Entry;

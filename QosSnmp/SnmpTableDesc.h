@@ -9,18 +9,26 @@
 //   static const Map& table(const Entity&);    the model table that is walked
 //   static constexpr std::tuple indexes;       IndexComponent<Index, V>, in index order
 //   static constexpr std::array columns;       Column<Entry>, ascending column numbers
-// Components and columns are built with the helpers below from member pointers and
-// conversion functions, so a table is described, not coded. The index record of a table is
-// built from its components' values through its constructor, in index order.
+// and optionally
+//   static constexpr FeatureToggle toggle;     registers the table only while the toggle is on
+// The concept TableDescription states this contract; the mechanism asserts it. Components and
+// columns are built with the helpers below from member pointers and conversion functions, so a
+// table is described, not coded. The index record of a table is built from its components'
+// values through its constructor, in index order.
 #pragma once
 
+#include <array>
+#include <concepts>
+#include <cstddef>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <type_traits>
 
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
 
+#include "Mox/Entity.h"
 #include "Mox/Record.h"
 #include "Quill/IntTypes.h"
 #include "Quill/String.h"
@@ -62,7 +70,9 @@ struct Column {
 
 // --- index components ---
 //
-// A component is a field of the index record (`stringComponent<I, &I::classMapId>`).
+// A component is a field of the index record (`stringComponent<I, &I::classMapId>`) or, for a
+// table keyed by one plain value (a descriptor string, an ifIndex), the whole key
+// (wholeKeyComponent).
 
 namespace detail {
 
@@ -140,6 +150,19 @@ constexpr auto integerComponent(const char* mibName, const char* attrName) {
       &detail::fieldOf<Index, Field>, mibName, attrName);
 }
 
+// The one component of a table keyed by a plain value: an Snmp::String (an octet string of at
+// most maxLen bytes), or an integer with its encoder and decoder.
+template <typename Key, auto... Codecs>
+constexpr auto wholeKeyComponent(const char* mibName, const char* attrName, int maxLen = 0) {
+  if constexpr (std::is_same_v<Key, Snmp::String>) {
+    static_assert(sizeof...(Codecs) == 0, "octet strings have their own codec");
+    return detail::octetStringAt<Key>(&detail::wholeKey<Key>, mibName, attrName, maxLen);
+  } else {
+    static_assert(sizeof...(Codecs) == 2, "an integer key names its encoder and decoder");
+    return detail::integerAt<Key, Key, Codecs...>(&detail::wholeKey<Key>, mibName, attrName);
+  }
+}
+
 // --- columns ---
 
 template <typename Entry, auto Accessor>
@@ -199,6 +222,77 @@ template <typename Entry, auto Accessor>
 constexpr Column<Entry> counterColumn(U32 number, const char* mibName, const char* attrName) {
   return encodedColumn<Entry, Accessor, Snmp::U64ToCounter64F>(number, mibName, attrName,
                                                                "U64ToCounter64", ASN_COUNTER64);
+}
+
+// A feature toggle that gates a table's registration: its name (for traces) and the accessor
+// that reads it, once per process.
+struct FeatureToggle {
+  const char* name;
+  bool (*enabled)();
+};
+
+// --- the contract ---
+
+namespace detail {
+
+template <typename Index, typename Components>
+inline constexpr bool isIndexComponents = false;
+template <typename Index, typename... V>
+inline constexpr bool isIndexComponents<Index, std::tuple<IndexComponent<Index, V>...>> =
+    sizeof...(V) > 0;
+
+template <typename Entry, typename Columns>
+inline constexpr bool isColumns = false;
+template <typename Entry, size_t N>
+inline constexpr bool isColumns<Entry, std::array<Column<Entry>, N>> = N > 0;
+
+template <typename Entry, size_t N>
+constexpr bool ascending(const std::array<Column<Entry>, N>& columns) {
+  for (size_t i = 1; i < N; ++i) {
+    if (columns[i - 1].number >= columns[i].number) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace detail
+
+// An ordered model table as the iterator walks it (Mox::RbTreeMap): first row, in-order
+// successor, descents for a key, and a version that changes with every insert and removal.
+template <typename Map, typename Entry>
+concept WalkableTable = requires(const Map& map, const Entry& entry,
+                                 const typename Entry::IndexType& key) {
+  { map.first() } -> std::same_as<Entry*>;
+  { map.next(entry) } -> std::same_as<Entry*>;
+  { map.lowerBound(key) } -> std::same_as<Entry*>;
+  { map.upperBound(key) } -> std::same_as<Entry*>;
+  { map.version() } -> std::same_as<U32>;
+  { entry.index() } -> std::same_as<const typename Entry::IndexType&>;
+};
+
+// Every member of a table description that the mechanism reads.
+template <typename D>
+concept TableDescription = std::derived_from<typename D::Entity, Mox::Entity> &&
+    requires(const typename D::Entity& entity) {
+  { D::name } -> std::convertible_to<const char*>;
+  { D::arc } -> std::convertible_to<U32>;
+  { D::modelPath } -> std::convertible_to<const char*>;
+  { D::entityType } -> std::convertible_to<const char*>;
+  { D::table(entity) } -> WalkableTable<typename D::Entry>;
+} && detail::isIndexComponents<typename D::Entry::IndexType,
+                               std::remove_cv_t<decltype(D::indexes)>> &&
+    detail::isColumns<typename D::Entry, std::remove_cv_t<decltype(D::columns)>> &&(!requires {
+      D::toggle;
+    } || std::same_as<std::remove_cv_t<decltype(D::toggle)>, FeatureToggle>);
+
+// The checks that need the description's values: compile-time errors with a reason.
+template <typename D>
+constexpr bool checkTableDescription() {
+  static_assert(TableDescription<D>, "not a table description: see SnmpTableDesc.h");
+  static_assert(detail::ascending(D::columns), "columns must be in ascending column order");
+  static_assert(D::arc > 0, "a table arc is positive");
+  return true;
 }
 
 }  // namespace QosSnmp
