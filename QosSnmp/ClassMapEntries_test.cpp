@@ -14,7 +14,7 @@ using Qos::ClassMapMatchDscpEcn;
 using Qos::ClassMapMatchVlan;
 using QosSnmp::ClassMapMatchTableEntry;
 using QosSnmp::ClassMapMatchTableIndex;
-using QosSnmp::Testing::assertionRegex;
+using QosSnmp::test::assertionRegex;
 using Quill::U32;
 using Quill::U8;
 

@@ -12,7 +12,7 @@ namespace {
 using Linko::IntfId;
 using Qos::TxQueueId;
 using QosSnmp::EcnQueueCounterTableEntry;
-using QosSnmp::Testing::assertionRegex;
+using QosSnmp::test::assertionRegex;
 using Quill::U32;
 using Quill::U8;
 

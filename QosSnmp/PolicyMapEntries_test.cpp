@@ -13,7 +13,7 @@ using Qos::ActionType;
 using Qos::MapType;
 using QosSnmp::PolicyMapActionTableEntry;
 using QosSnmp::PolicyMapActionTableIndex;
-using QosSnmp::Testing::assertionRegex;
+using QosSnmp::test::assertionRegex;
 using Quill::U32;
 
 class PolicyMapActionTest : public ::testing::Test {

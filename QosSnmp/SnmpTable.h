@@ -23,7 +23,6 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -34,13 +33,12 @@
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
 #include "QosSnmp/IndexText.h"
-#include "Quill/Assert.h"
+#include "QosSnmp/SnmpTableDesc.h"
+#include "QosSnmp/Trace.h"
 #include "Quill/Exception.h"
 #include "Quill/Ptr.h"
 #include "Snmp/CordbUtil.h"
 #include "Snmp/RegVoidCollByContext.h"
-#include "QosSnmp/SnmpTableDesc.h"
-#include "QosSnmp/Trace.h"
 
 namespace QosSnmp {
 

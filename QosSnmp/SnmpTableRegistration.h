@@ -74,6 +74,7 @@ class SnmpTableRegistration {
     QTRACE(snmpTrace(), 8, "Initialized table {} in context \"{}\"", Desc::name, context);
   }
 
+ private:
   // The valid-column list registered with net-snmp (ascending).
   static const std::array<unsigned int, Desc::columns.size()>& columnNumbers() {
     static const auto numbers = [] {
@@ -86,7 +87,6 @@ class SnmpTableRegistration {
     return numbers;
   }
 
- private:
   static void traceInitializing(const std::vector<oid>& tableOid, const Quill::String& context) {
     if (snmpTrace().enabled(1)) {
       char text[200];

@@ -71,7 +71,7 @@ struct ProbeTable {
       integerColumn<ProbeEntry, &ProbeEntry::value>(2, "probeValue", "value")};
 };
 
-SnmpModule probeModule("probeMib", {1, 3, 6, 1, 4, 1, 32473, 99}, "probe");
+SnmpModule probeModule("probeMib", {1, 3, 6, 1, 4, 1, VELORA_ENTERPRISE_ARC, 99}, "probe");
 
 }  // namespace QosSnmp::probe
 

@@ -23,10 +23,10 @@ namespace {
 
 using Qos::MapType;
 using QosSnmp::ClassMapTableIndex;
+using QosSnmp::test::assertionRegex;
 using QosSnmp::test::Events;
 using QosSnmp::test::Hint;
 using QosSnmp::test::TableDriver;
-using QosSnmp::Testing::assertionRegex;
 
 // One agent, one model root for the whole test program.
 class AgentEnvironment : public ::testing::Environment {
