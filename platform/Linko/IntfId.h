@@ -3,12 +3,14 @@
 // Ethernet ports are numbered from 1 ("Ethernet1" is id 1); port channels live above
 // portChannelBase ("Port-Channel10" is portChannelBase + 10). Zero is no interface. name() and
 // fromName() convert to and from those names; fromName raises Quill::RangeException for any
-// other text. Hashable (hash()) and ordered by value.
+// other text. Hashable (hash()) and ordered by value. fmt prints the name ("0" for the null id).
 #pragma once
 
 #include <compare>
 #include <string>
 #include <string_view>
+
+#include <fmt/format.h>
 
 #include "Quill/IntTypes.h"
 
@@ -38,3 +40,10 @@ class IntfId {
 };
 
 }  // namespace Linko
+
+template <>
+struct fmt::formatter<Linko::IntfId> : fmt::formatter<std::string_view> {
+  auto format(Linko::IntfId id, fmt::format_context& ctx) const {
+    return fmt::formatter<std::string_view>::format(id.value() ? id.name() : "0", ctx);
+  }
+};
