@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace QosSnmp::Testing {
+namespace QosSnmp::test {
 
 inline std::string assertionRegex(std::string_view condition) {
   std::string out = "Assertion `";
@@ -18,4 +18,4 @@ inline std::string assertionRegex(std::string_view condition) {
   return out + "' failed";
 }
 
-}  // namespace QosSnmp::Testing
+}  // namespace QosSnmp::test

@@ -1,4 +1,4 @@
-#include "ClassMapEntries.h"
+#include "QosSnmp/ClassMapEntries.h"
 
 #include <fmt/format.h>
 

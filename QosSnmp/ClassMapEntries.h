@@ -4,9 +4,9 @@
 #include "Acl/Ecn.h"
 #include "Qos/ClassMapMatch.h"
 #include "Qos/ClassMapStatus.h"
-#include "QosMibIndexes.h"
+#include "QosSnmp/QosMibIndexes.h"
 #include "Quill/String.h"
-#include "TableEntry.h"
+#include "QosSnmp/TableEntry.h"
 
 namespace QosSnmp {
 
@@ -22,6 +22,7 @@ class ClassMapTableEntry : public TableEntry<ClassMapTableEntry, ClassMapTableIn
                                              Quill::Ptr<Qos::ClassMapStatus const>> {
  public:
   using TableEntry::TableEntry;
+  static constexpr std::array argNames{"classMap"};
   static Mox::AllocationTracker memAllocationTracker_;
 
   const Quill::Ptr<Qos::ClassMapStatus const>& classMap() const noexcept { return arg<0>(); }
@@ -37,6 +38,7 @@ class ClassMapMatchTableEntry : public TableEntry<ClassMapMatchTableEntry, Class
                                                   Quill::Ptr<Qos::ClassMapMatch const>> {
  public:
   using TableEntry::TableEntry;
+  static constexpr std::array argNames{"classMap", "classMapMatch"};
   static Mox::AllocationTracker memAllocationTracker_;
 
   const Quill::Ptr<Qos::ClassMapStatus const>& classMap() const noexcept { return arg<0>(); }

@@ -1,10 +1,10 @@
 // Class map and class map match rows: defaults without status objects, and the rendering of
 // match rules as text (VLAN value/mask and ranges, DSCP numbers, names and ranges, ECN names).
-#include "ClassMapEntries.h"
+#include "QosSnmp/ClassMapEntries.h"
 
 #include <gtest/gtest.h>
 
-#include "AssertionRegex.h"
+#include "QosSnmp/AssertionRegex.h"
 
 namespace {
 
@@ -14,7 +14,7 @@ using Qos::ClassMapMatchDscpEcn;
 using Qos::ClassMapMatchVlan;
 using QosSnmp::ClassMapMatchTableEntry;
 using QosSnmp::ClassMapMatchTableIndex;
-using QosSnmp::Testing::assertionRegex;
+using QosSnmp::test::assertionRegex;
 using Quill::U32;
 using Quill::U8;
 

@@ -1,4 +1,4 @@
-#include "Conversions.h"
+#include "QosSnmp/Conversions.h"
 
 #include <array>
 

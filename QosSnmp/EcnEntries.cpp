@@ -1,4 +1,4 @@
-#include "EcnEntries.h"
+#include "QosSnmp/EcnEntries.h"
 
 #include "Quill/Assert.h"
 

@@ -5,9 +5,9 @@
 #include "Linko/IntfId.h"
 #include "Qos/EcnCounterTable.h"
 #include "Qos/EcnStatus.h"
-#include "QosMibIndexes.h"
+#include "QosSnmp/QosMibIndexes.h"
 #include "Snmp/String.h"
-#include "TableEntry.h"
+#include "QosSnmp/TableEntry.h"
 
 namespace QosSnmp {
 
@@ -16,6 +16,7 @@ class EcnCounterTableEntry : public TableEntry<EcnCounterTableEntry, Snmp::Strin
                                                Quill::Ptr<Qos::ChipCounter const>, U32> {
  public:
   using TableEntry::TableEntry;
+  static constexpr std::array argNames{"chipCounter", "veloraEcnCounterEntity"};
   static Mox::AllocationTracker memAllocationTracker_;
 
   const Snmp::String& ecnCounterDescriptor() const noexcept { return index(); }
@@ -42,6 +43,8 @@ class EcnQueueCounterTableEntry
                         Quill::Ptr<Qos::EcnCounterTable const>, bool, bool> {
  public:
   using TableEntry::TableEntry;
+  static constexpr std::array argNames{"intfId", "sliceHwStatus", "ecnCounterTable",
+                                       "useEcnCountersShoal", "ecnQLocallyMarkedSupported"};
   static Mox::AllocationTracker memAllocationTracker_;
 
   U32 ifIndex() const noexcept { return index().ifIndex; }

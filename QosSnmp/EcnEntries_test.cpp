@@ -1,18 +1,18 @@
 // ECN rows: chip counters, and per-queue counters from the interface's counter status or the
 // shared-memory table: enabled queues, queue number bounds, the locally marked count, and
 // damaged table records.
-#include "EcnEntries.h"
+#include "QosSnmp/EcnEntries.h"
 
 #include <gtest/gtest.h>
 
-#include "AssertionRegex.h"
+#include "QosSnmp/AssertionRegex.h"
 
 namespace {
 
 using Linko::IntfId;
 using Qos::TxQueueId;
 using QosSnmp::EcnQueueCounterTableEntry;
-using QosSnmp::Testing::assertionRegex;
+using QosSnmp::test::assertionRegex;
 using Quill::U32;
 using Quill::U8;
 

@@ -1,24 +1,30 @@
-// QosSnmp::MibTable<Entry>: a model table attribute of a MIB entity, with the mutator semantics
+// QosSnmp::MibTable<Entry>: one table attribute of a MIB entity, with the mutator semantics
 // every table shares.
+//
+// The entity owns the table as a member and names its mutators after it
+// (`classMapTableIs`, `classMapTableDel`, `classMapTableDelAll`, lookup `classMapTable(index)`);
+// generic code (a runtime that keeps an output table in step with its inputs) is handed the
+// table itself (`classMapTableColl()`) and uses the same operations:
 //
 //   is(index, args...)  creates the row, or returns the existing one when it was created with
 //                       the same arguments; an existing row with other arguments raises
 //                       Mox::MutatorReinstantiationException (delete it first) and is kept.
 //   del(index / iter)   removes and returns the row (null when absent).
-//   delAll()            removes every row, one notification each.
-// Every insert and removal is published on the map (with the key) and then on the owning
-// entity (with the attribute id). QOSSNMP_MIB_TABLE declares the named accessors and mutators
-// (`classMapTable()`, `classMapTableIs`, `classMapTableDel`, `classMapTableDelAll`).
+//   delAll()            removes every row, smallest key first, one notification each.
+//
+// Every insert and removal is published after the change, once: the key on the map's own
+// publisher, then the table's attribute id on the owning entity's publisher. The table holds
+// one reference to each row; a removed row lives on as long as a caller holds it. Rows are
+// removed (and published) when the table is destroyed. Not thread-safe: the agent's thread.
 #pragma once
 
+#include <string>
 #include <string_view>
 #include <utility>
 
-#include <fmt/format.h>
-
-#include "IndexText.h"
 #include "Mox/Entity.h"
 #include "Mox/RbTreeMap.h"
+#include "QosSnmp/IndexText.h"
 #include "Quill/Exception.h"
 #include "Quill/Ptr.h"
 
@@ -27,31 +33,49 @@ namespace QosSnmp {
 template <typename Entry>
 class MibTable {
  public:
+  using EntryType = Entry;
   using Index = typename Entry::IndexType;
   using Map = Mox::RbTreeMap<Entry, Index>;
+  using const_iterator = typename Map::const_iterator;
 
-  MibTable(const Mox::Entity& owner, U32 attrId) : owner_(owner), attrId_(attrId) {}
+  // `owner` publishes `attrId` after every change; `entityType` ("QosSnmp::QosMib") and
+  // `name` ("classMapTable") name the table in errors. REQUIRES: owner outlives the table.
+  MibTable(const Mox::Entity& owner, std::string_view entityType, std::string_view name, U32 attrId)
+      : owner_(owner), entityType_(entityType), name_(name), attrId_(attrId) {}
+  ~MibTable() { delAll(); }
+  MibTable(const MibTable&) = delete;
+  MibTable& operator=(const MibTable&) = delete;
 
+  std::string_view name() const noexcept { return name_; }
+  U32 attrId() const noexcept { return attrId_; }
+  // The ordered rows, for walks (the SNMP layer) and key-change subscriptions.
   const Map& map() const noexcept { return map_; }
+  size_t size() const noexcept { return map_.size(); }
+  bool empty() const noexcept { return map_.empty(); }
+  const_iterator begin() const noexcept { return map_.begin(); }
+  const_iterator end() const noexcept { return map_.end(); }
 
+  // The row with this key, or null.
+  Quill::Ptr<Entry> find(const Index& index) const { return map_.find(index); }
+
+  // The row for `index` built from `args` (Entry's constructor arguments after the index).
   template <typename... A>
-  Quill::Ptr<Entry> is(std::string_view entryType, const Index& index, const A&... args) {
+  Quill::Ptr<Entry> is(const Index& index, A&&... args) {
     if (auto existing = map_.find(index)) {
-      if (existing->sameArgs(args...)) {
-        return existing;
+      if (const char* differing = existing->firstDifferingArg(args...)) {
+        throw Mox::MutatorReinstantiationException(reinstantiationText(index, differing));
       }
-      throw Mox::MutatorReinstantiationException(
-          fmt::format("{}: row {} exists with other arguments; delete it before re-creating it",
-                      entryType, indexText(index)));
+      return existing;
     }
-    auto entry = Quill::make<Entry>(index, args...);
+    auto entry = Quill::make<Entry>(index, std::forward<A>(args)...);
     map_.insert(entry);
     owner_.changes().publish(attrId_);
     return entry;
   }
 
   Quill::Ptr<Entry> del(const Index& index) { return published(map_.erase(index)); }
-  Quill::Ptr<Entry> del(typename Map::const_iterator it) { return published(map_.erase(it)); }
+  // REQUIRES: it is a row of this table (not end()).
+  Quill::Ptr<Entry> del(const_iterator it) { return published(map_.erase(it)); }
   void delAll() {
     while (!map_.empty()) {
       del(map_.begin());
@@ -66,37 +90,16 @@ class MibTable {
     return removed;
   }
 
+  std::string reinstantiationText(const Index& index, const char* differing) const {
+    return std::string(entityType_) + "::" + std::string(name_) + ": row " + indexText(index) +
+           " exists with another " + differing + "; delete it before re-creating it";
+  }
+
   const Mox::Entity& owner_;
+  std::string_view entityType_;
+  std::string_view name_;
   U32 attrId_;
   Map map_;
 };
 
 }  // namespace QosSnmp
-
-// Declares table attribute `name` of Entry rows (attribute id `attrId`) in a Mox::Entity.
-#define QOSSNMP_MIB_TABLE(name, Entry, attrId)                                        \
- public:                                                                              \
-  const ::QosSnmp::MibTable<Entry>::Map& name() const noexcept {                      \
-    return name##_.map();                                                             \
-  }                                                                                   \
-  ::Quill::Ptr<Entry> name(const Entry::IndexType& index) const {                     \
-    return name##_.map().find(index);                                                 \
-  }                                                                                   \
-  template <typename... A>                                                            \
-  ::Quill::Ptr<Entry> name##Is(const Entry::IndexType& index, const A&... args) {     \
-    return name##_.is(#Entry, index, args...);                                        \
-  }                                                                                   \
-  ::Quill::Ptr<Entry> name##Del(const Entry::IndexType& index) {                      \
-    return name##_.del(index);                                                        \
-  }                                                                                   \
-  ::Quill::Ptr<Entry> name##Del(::QosSnmp::MibTable<Entry>::Map::const_iterator it) { \
-    return name##_.del(it);                                                           \
-  }                                                                                   \
-  void name##DelAll() {                                                               \
-    name##_.delAll();                                                                 \
-  }                                                                                   \
-                                                                                      \
- private:                                                                             \
-  ::QosSnmp::MibTable<Entry> name##_{*this, attrId};                                  \
-                                                                                      \
- public:

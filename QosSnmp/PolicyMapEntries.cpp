@@ -1,4 +1,4 @@
-#include "PolicyMapEntries.h"
+#include "QosSnmp/PolicyMapEntries.h"
 
 #include "Quill/Assert.h"
 

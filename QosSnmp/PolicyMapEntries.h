@@ -4,9 +4,9 @@
 #include "Qos/Counters.h"
 #include "Qos/HwStatus.h"
 #include "Qos/PolicyMapStatus.h"
-#include "QosMibIndexes.h"
+#include "QosSnmp/QosMibIndexes.h"
 #include "Quill/String.h"
-#include "TableEntry.h"
+#include "QosSnmp/TableEntry.h"
 
 namespace QosSnmp {
 
@@ -15,6 +15,7 @@ class PolicyMapTableEntry : public TableEntry<PolicyMapTableEntry, PolicyMapTabl
                                               Quill::Ptr<Qos::PolicyMapStatus const>> {
  public:
   using TableEntry::TableEntry;
+  static constexpr std::array argNames{"policyMap"};
   static Mox::AllocationTracker memAllocationTracker_;
 
   const Quill::Ptr<Qos::PolicyMapStatus const>& policyMap() const noexcept { return arg<0>(); }
@@ -30,6 +31,7 @@ class PolicyMapClassTableEntry
                         Quill::Ptr<Qos::PolicyMapStatus const>, Snmp::String> {
  public:
   using TableEntry::TableEntry;
+  static constexpr std::array argNames{"policyMap", "classMapName"};
   static Mox::AllocationTracker memAllocationTracker_;
 
   const Quill::Ptr<Qos::PolicyMapStatus const>& policyMap() const noexcept { return arg<0>(); }
@@ -51,6 +53,7 @@ class PolicyMapActionTableEntry
                         Quill::Ptr<Qos::ClassMapHwStatus const>, Quill::Ptr<Qos::HwStatus const>> {
  public:
   using TableEntry::TableEntry;
+  static constexpr std::array argNames{"classAction", "action", "classMapHwStatus", "qosHwStatus"};
   static Mox::AllocationTracker memAllocationTracker_;
 
   const Quill::Ptr<Qos::ClassAction const>& classAction() const noexcept { return arg<0>(); }

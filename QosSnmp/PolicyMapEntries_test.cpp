@@ -1,11 +1,11 @@
 // Policy map rows: names, and the rate unit and value of policy map actions for control-plane
 // and QoS policy maps, with the agent's "no rate" values and the combinations the writer must
 // never produce.
-#include "PolicyMapEntries.h"
+#include "QosSnmp/PolicyMapEntries.h"
 
 #include <gtest/gtest.h>
 
-#include "AssertionRegex.h"
+#include "QosSnmp/AssertionRegex.h"
 
 namespace {
 
@@ -13,7 +13,7 @@ using Qos::ActionType;
 using Qos::MapType;
 using QosSnmp::PolicyMapActionTableEntry;
 using QosSnmp::PolicyMapActionTableIndex;
-using QosSnmp::Testing::assertionRegex;
+using QosSnmp::test::assertionRegex;
 using Quill::U32;
 
 class PolicyMapActionTest : public ::testing::Test {

@@ -1,22 +1,8 @@
-#include "QosMib.h"
+#include "QosSnmp/QosMib.h"
 
 namespace QosSnmp {
 
 Mox::AllocationTracker QosMib::memAllocationTracker_("QosSnmp::QosMib");
-
-QosMib::~QosMib() {
-  classMapTableDelAll();
-  classMapMatchTableDelAll();
-  policyMapTableDelAll();
-  policyMapClassTableDelAll();
-  policyMapActionTableDelAll();
-  servicePolicyTableDelAll();
-  qosStatsTableDelAll();
-  qosPerIntfStatsTableDelAll();
-  qosPolicerStatsTableDelAll();
-  ecnCounterTableDelAll();
-  ecnQueueCounterTableDelAll();
-}
 
 Quill::Ptr<Qos::ClassMapStatus const> QosMib::cmapByStaticType(
     Qos::ClassMapCpStaticType type) const {

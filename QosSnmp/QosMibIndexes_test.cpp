@@ -1,4 +1,4 @@
-#include "QosMibIndexes.h"
+#include "QosSnmp/QosMibIndexes.h"
 
 #include <gtest/gtest.h>
 

@@ -3,16 +3,25 @@
 #pragma once
 
 #include <array>
+#include <tuple>
 
-#include "Conversions.h"
-#include "QosMib.h"
-#include "SnmpTableDesc.h"
+#include "QosSnmp/Conversions.h"
+#include "QosSnmp/QosMib.h"
+#include "QosSnmp/SnmpTableDesc.h"
 
 namespace QosSnmp::QosMibTables {
 
 inline constexpr const char* modelPath = "snmp/qos/root";
 inline constexpr int idMaxLen = 40;  // class map and policy map identifiers
 inline constexpr int ecnDescriptorMaxLen = 32;
+
+// Integer index components of the QoS tables (ifIndex, queue, sequence numbers): unsigned
+// 32-bit values, written with U32ToAsnUnsigned and read back with AsnUnsignedToU32.
+template <typename I, auto Field>
+constexpr auto u32Component(const char* mibName, const char* attrName) {
+  return integerComponent<I, Field, Snmp::U32ToAsnUnsignedF, Snmp::AsnUnsignedToU32>(mibName,
+                                                                                     attrName);
+}
 
 struct Base {
   using Entity = QosMib;
@@ -26,7 +35,7 @@ struct ClassMapTable : Base {
   static constexpr const char* name = "veloraClassMapTable";
   static constexpr U32 arc = 1;
   static const auto& table(const QosMib& mib) { return mib.classMapTable(); }
-  static constexpr std::array indexes = {
+  static constexpr std::tuple indexes = {
       stringComponent<I, &I::classMapId>("veloraClassMapId", "classMapId", idMaxLen),
       enumComponent<I, &I::classMapType, MapTypeToAsnInteger, AsnIntegerToMapType>(
           "veloraClassMapType", "classMapType"),
@@ -45,11 +54,11 @@ struct ClassMapMatchTable : Base {
   static constexpr const char* name = "veloraClassMapMatchTable";
   static constexpr U32 arc = 2;
   static const auto& table(const QosMib& mib) { return mib.classMapMatchTable(); }
-  static constexpr std::array indexes = {
+  static constexpr std::tuple indexes = {
       stringComponent<I, &I::classMapId>("veloraClassMapId", "classMapId", idMaxLen),
       enumComponent<I, &I::classMapType, MapTypeToAsnInteger, AsnIntegerToMapType>(
           "veloraClassMapType", "classMapType"),
-      integerComponent<I, &I::classMapMatchIndex>("veloraClassMapMatchIndex", "classMapMatchIndex"),
+      u32Component<I, &I::classMapMatchIndex>("veloraClassMapMatchIndex", "classMapMatchIndex"),
   };
   static constexpr std::array columns = {
       integerColumn<Entry, &Entry::classMapMatchType>(2, "veloraClassMapMatchType",
@@ -65,7 +74,7 @@ struct PolicyMapTable : Base {
   static constexpr const char* name = "veloraPolicyMapTable";
   static constexpr U32 arc = 3;
   static const auto& table(const QosMib& mib) { return mib.policyMapTable(); }
-  static constexpr std::array indexes = {
+  static constexpr std::tuple indexes = {
       stringComponent<I, &I::policyMapId>("veloraPolicyMapId", "policyMapId", idMaxLen),
       enumComponent<I, &I::policyMapType, MapTypeToAsnInteger, AsnIntegerToMapType>(
           "veloraPolicyMapType", "policyMapType"),
@@ -81,11 +90,11 @@ struct PolicyMapClassTable : Base {
   static constexpr const char* name = "veloraPolicyMapClassTable";
   static constexpr U32 arc = 4;
   static const auto& table(const QosMib& mib) { return mib.policyMapClassTable(); }
-  static constexpr std::array indexes = {
+  static constexpr std::tuple indexes = {
       stringComponent<I, &I::policyMapId>("veloraPolicyMapId", "policyMapId", idMaxLen),
       enumComponent<I, &I::policyMapType, MapTypeToAsnInteger, AsnIntegerToMapType>(
           "veloraPolicyMapType", "policyMapType"),
-      integerComponent<I, &I::classIndex>("veloraPolicyMapClassIndex", "classIndex"),
+      u32Component<I, &I::classIndex>("veloraPolicyMapClassIndex", "classIndex"),
   };
   static constexpr std::array columns = {
       stringColumn<Entry, &Entry::classMapId>(2, "veloraPolicyMapClassId", "classMapId", idMaxLen),
@@ -98,7 +107,7 @@ struct PolicyMapActionTable : Base {
   static constexpr const char* name = "veloraPolicyMapActionTable";
   static constexpr U32 arc = 5;
   static const auto& table(const QosMib& mib) { return mib.policyMapActionTable(); }
-  static constexpr std::array indexes = {
+  static constexpr std::tuple indexes = {
       stringComponent<I, &I::policyMapId>("veloraPolicyMapId", "policyMapId", idMaxLen),
       enumComponent<I, &I::policyMapType, MapTypeToAsnInteger, AsnIntegerToMapType>(
           "veloraPolicyMapType", "policyMapType"),
@@ -120,8 +129,8 @@ struct ServicePolicyTable : Base {
   static constexpr const char* name = "veloraServicePolicyTable";
   static constexpr U32 arc = 6;
   static const auto& table(const QosMib& mib) { return mib.servicePolicyTable(); }
-  static constexpr std::array indexes = {
-      integerComponent<I, &I::ifIndex>("veloraServicePolicyIfIndex", "ifIndex"),
+  static constexpr std::tuple indexes = {
+      u32Component<I, &I::ifIndex>("veloraServicePolicyIfIndex", "ifIndex"),
       enumComponent<I, &I::direction, DirectionToAsnInteger, AsnIntegerToDirection>(
           "veloraServicePolicyDirection", "direction"),
   };
@@ -137,7 +146,7 @@ struct ServicePolicyTable : Base {
 // per-interface tables the interface last.
 template <typename I>
 constexpr auto statsIndexes() {
-  return std::array{
+  return std::tuple{
       stringComponent<I, &I::policyMapId>("veloraPolicyMapId", "policyMapId", idMaxLen),
       enumComponent<I, &I::policyMapType, MapTypeToAsnInteger, AsnIntegerToMapType>(
           "veloraPolicyMapType", "policyMapType"),
@@ -149,14 +158,8 @@ constexpr auto statsIndexes() {
 
 template <typename I>
 constexpr auto perIntfStatsIndexes() {
-  auto four = statsIndexes<I>();
-  return std::array{
-      four[0],
-      four[1],
-      four[2],
-      four[3],
-      integerComponent<I, &I::ifIndex>("veloraServicePolicyIfIndex", "ifIndex"),
-  };
+  return std::tuple_cat(statsIndexes<I>(), std::tuple{u32Component<I, &I::ifIndex>(
+                                               "veloraServicePolicyIfIndex", "ifIndex")});
 }
 
 // The six counters of the statistics tables, under the table's MIB names, in column order.
@@ -184,26 +187,14 @@ struct QosStatsTable : Base {
                            "veloraQosBytesDropped", "veloraQosBytesSent", "veloraQosBytesMatched"});
 };
 
-// The ECN counter table is keyed by the counter's descriptor itself, not by an index record.
-inline constexpr IndexComponent<Snmp::String> ecnDescriptorComponent = {
-    "veloraEcnCounterDescriptor",
-    "ecnCounterDescriptor",
-    ASN_OCTET_STR,
-    ecnDescriptorMaxLen,
-    [](const Snmp::String& index, unsigned char* buf, int size, int max) {
-      return Snmp::StringToAsnOctetStringF(index, buf, size, max);
-    },
-    [](Snmp::String& index, const netsnmp_variable_list& var) {
-      index = Snmp::AsnOctetStringToSnmpString(var.val.string, var.val_len);
-    },
-    [](const Snmp::String& index) { return index.str(); }};
-
 struct EcnCounterTable : Base {
   using Entry = EcnCounterTableEntry;
   static constexpr const char* name = "veloraEcnCounterTable";
   static constexpr U32 arc = 8;
   static const auto& table(const QosMib& mib) { return mib.ecnCounterTable(); }
-  static constexpr std::array indexes = {ecnDescriptorComponent};
+  // Keyed by the counter's descriptor itself, not by an index record.
+  static constexpr std::tuple indexes = {wholeKeyComponent<Snmp::String>(
+      "veloraEcnCounterDescriptor", "ecnCounterDescriptor", ecnDescriptorMaxLen)};
   static constexpr std::array columns = {
       counterColumn<Entry, &Entry::ecnCounter>(2, "veloraEcnCounterValue", "ecnCounter"),
       integerColumn<Entry, &Entry::veloraEcnCounterEntity>(3, "veloraEcnCounterEntity",
@@ -217,9 +208,9 @@ struct EcnQueueCounterTable : Base {
   static constexpr const char* name = "veloraEcnQueueCounterTable";
   static constexpr U32 arc = 9;
   static const auto& table(const QosMib& mib) { return mib.ecnQueueCounterTable(); }
-  static constexpr std::array indexes = {
-      integerComponent<I, &I::ifIndex>("veloraEcnIfIndex", "ifIndex"),
-      integerComponent<I, &I::queueIndex>("veloraEcnEgressQueueIndex", "queueIndex"),
+  static constexpr std::tuple indexes = {
+      u32Component<I, &I::ifIndex>("veloraEcnIfIndex", "ifIndex"),
+      u32Component<I, &I::queueIndex>("veloraEcnEgressQueueIndex", "queueIndex"),
   };
   static constexpr std::array columns = {
       truthColumn<Entry, &Entry::counterEnabled>(3, "veloraEcnQueueCounterEnabled",

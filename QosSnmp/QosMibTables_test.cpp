@@ -2,24 +2,28 @@
 // GETs through the registered callbacks for the tables whose indexes or encodings are unusual
 // (the ECN counter table keyed by its descriptor string, the action value's low 32 bits, a
 // queue number out of range).
-#include "QosMibTables.h"
+#include "QosSnmp/QosMibTables.h"
 
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "QosMib.h"
-#include "SnmpModule.h"
-#include "TestAgent.h"
-#include "veloraQosMib.h"
+#include "QosSnmp/QosMib.h"
+#include "QosSnmp/SnmpModule.h"
+#include "QosSnmp/TableDriver.h"
+#include "QosSnmp/TestAgent.h"
+#include "QosSnmp/veloraQosMib.h"
 
 namespace {
 
 using Quill::U32;
 using Quill::U64;
 
+using QosSnmp::test::Answer;
+using QosSnmp::test::Hint;
 using QosSnmp::test::mib;
+using QosSnmp::test::TableDriver;
 
 const std::list<netsnmp_handler_registration*>& Registrations() {
   return QosSnmp::veloraQosMibModule().handlerRegistrationsByContext().at("");
@@ -36,66 +40,9 @@ class QosMibTablesTest : public ::testing::Test {
     mib().ecnQueueCounterTableDelAll();
   }
 
-  // What a GET of `column` answered for a row, with the row's index varbinds.
-  struct Answer {
-    int error = 0;  // the request's error status
-    u_char type = 0;
-    long integer = 0;
-    U64 counter = 0;
-    std::vector<std::string> index;  // octet strings as text, integers in decimal
-  };
-
-  // Walks table `name` to the row named by `hint` (or the first row) and GETs `column` of it.
-  Answer Get(const char* name, Netsnmp_Node_Handler* handler, unsigned column,
-             netsnmp_table_request_info* hint = nullptr) {
-    netsnmp_handler_registration* reg = nullptr;
-    for (auto* r : Registrations()) {
-      if (std::string(r->handlerName) == std::string(name) + "_") {
-        reg = r;
-      }
-    }
-    EXPECT_NE(reg, nullptr) << name;
-    auto* iinfo = static_cast<netsnmp_iterator_info*>(
-        netsnmp_find_handler_by_name(reg, "table_iterator")->myvoid);
-    netsnmp_variable_list* put = snmp_clone_varbind(iinfo->indexes);
-    void* loop = hint;
-    void* data = nullptr;
-    Answer answer;
-    netsnmp_variable_list* row = iinfo->get_first_data_point(&loop, &data, put, iinfo);
-    for (auto* v = row; v; v = v->next_variable) {
-      answer.index.push_back(v->type == ASN_OCTET_STR
-                                 ? std::string(reinterpret_cast<char*>(v->val.string), v->val_len)
-                                 : std::to_string(*v->val.integer));
-    }
-    if (row) {
-      void* dataContext = iinfo->make_data_context(loop, iinfo);
-      netsnmp_agent_request_info reqinfo{};
-      reqinfo.mode = MODE_GET;
-      netsnmp_table_request_info table{};
-      table.colnum = column;
-      netsnmp_request_info request{};
-      request.agent_req_info = &reqinfo;
-      snmp_varlist_add_variable(&request.requestvb, nullptr, 0, ASN_NULL, nullptr, 0);
-      netsnmp_request_add_list_data(&request,
-                                    netsnmp_create_data_list(TABLE_HANDLER_NAME, &table, nullptr));
-      netsnmp_request_add_list_data(
-          &request, netsnmp_create_data_list(TABLE_ITERATOR_NAME, dataContext, nullptr));
-      handler(nullptr, reg, &reqinfo, &request);
-      answer.error = request.status;
-      answer.type = request.requestvb->type;
-      if (answer.type == ASN_INTEGER) {
-        answer.integer = *request.requestvb->val.integer;
-      } else if (answer.type == ASN_COUNTER64) {
-        const auto* c = request.requestvb->val.counter64;
-        answer.counter = (U64{c->high} << 32) | c->low;
-      }
-      netsnmp_free_request_data_sets(&request);
-      snmp_free_varbind(request.requestvb);
-      iinfo->free_data_context(dataContext, iinfo);
-    }
-    iinfo->free_loop_context_at_end(loop, iinfo);
-    snmp_free_varbind(put);
-    return answer;
+  // A driver for table `name` with exported handler `handler`.
+  static TableDriver Driver(const char* name, Netsnmp_Node_Handler* handler) {
+    return TableDriver(QosSnmp::veloraQosMibModule(), name, handler);
   }
 };
 
@@ -123,22 +70,18 @@ TEST_F(QosMibTablesTest, EcnCounterRowsAreKeyedByTheirDescriptor) {
   auto chip = Quill::make<Qos::ChipCounter>(0x100000001ULL);
   mib().ecnCounterTableIs("zz-last", chip, U32{2});
   mib().ecnCounterTableIs("ecn-b", chip, U32{7});
-  Answer a = Get("veloraEcnCounterTable", veloraEcnCounterTable_handler, 2);
-  EXPECT_EQ(a.index, std::vector<std::string>{"ecn-b"});  // shorter descriptors first
+  TableDriver table = Driver("veloraEcnCounterTable", veloraEcnCounterTable_handler);
+  EXPECT_EQ(table.walk(), (std::vector<std::string>{"ecn-b", "zz-last"}));  // shorter first
+  Answer a = table.getOne(2);
   EXPECT_EQ(a.type, ASN_COUNTER64);
   EXPECT_EQ(a.counter, 0x100000001ULL);
-  EXPECT_EQ(Get("veloraEcnCounterTable", veloraEcnCounterTable_handler, 3).integer, 7);
+  EXPECT_EQ(table.getOne(3).integer, 7);
 
   // A hint naming the second row starts there.
-  netsnmp_table_request_info hint{};
-  hint.number_indexes = 1;
-  const std::string last = "zz-last";
-  snmp_varlist_add_variable(&hint.indexes, nullptr, 0, ASN_OCTET_STR,
-                            reinterpret_cast<const u_char*>(last.data()), last.size());
-  Answer b = Get("veloraEcnCounterTable", veloraEcnCounterTable_handler, 3, &hint);
-  snmp_free_varbind(hint.indexes);
-  EXPECT_EQ(b.index, std::vector<std::string>{"zz-last"});
-  EXPECT_EQ(b.integer, 2);
+  Hint hint;
+  EXPECT_EQ(table.first(&hint.octets("zz-last")), "zz-last");
+  table.get({3});
+  EXPECT_EQ(table.answer(0).integer, 2);
 }
 
 TEST_F(QosMibTablesTest, EcnCounterRowCannotBeRecreatedWithOtherArguments) {
@@ -160,10 +103,11 @@ TEST_F(QosMibTablesTest, ActionValueIsReportedAsItsLow32Bits) {
                                                                   Qos::ActionType::actionSetShape_),
                                Quill::make<Qos::ClassAction>("cm"), action, nullptr,
                                Quill::make<Qos::HwStatus>(true, true));
-  Answer value = Get("veloraPolicyMapActionTable", veloraPolicyMapActionTable_handler, 3);
-  EXPECT_EQ(value.index, (std::vector<std::string>{"pm", "2", "cm", "1"}));
-  EXPECT_EQ(value.integer, -2);
-  EXPECT_EQ(Get("veloraPolicyMapActionTable", veloraPolicyMapActionTable_handler, 2).integer, 1);
+  TableDriver table = Driver("veloraPolicyMapActionTable", veloraPolicyMapActionTable_handler);
+  ASSERT_EQ(table.first(), "pm/2/cm/1");
+  table.get({3, 2});
+  EXPECT_EQ(table.answer(0).integer, -2);
+  EXPECT_EQ(table.answer(1).integer, 1);
 }
 
 TEST_F(QosMibTablesTest, QueueOutOfRangeFailsTheGet) {
@@ -172,9 +116,10 @@ TEST_F(QosMibTablesTest, QueueOutOfRangeFailsTheGet) {
   slice->ecnIntfCounterStatusIs(Linko::IntfId(1), status);
   mib().ecnQueueCounterTableIs(QosSnmp::EcnQueueCounterTableIndex(3, 17), Linko::IntfId(1), slice,
                                nullptr, false, false);
-  Answer a = Get("veloraEcnQueueCounterTable", veloraEcnQueueCounterTable_handler, 4);
-  EXPECT_EQ(a.index, (std::vector<std::string>{"3", "17"}));
-  EXPECT_EQ(a.error, SNMP_ERR_GENERR);
+  TableDriver table = Driver("veloraEcnQueueCounterTable", veloraEcnQueueCounterTable_handler);
+  ASSERT_EQ(table.first(), "3/17");
+  EXPECT_EQ(table.get({4}), SNMP_ERR_GENERR);
+  EXPECT_EQ(table.answer(0).status, SNMP_ERR_GENERR);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
-#include "QosMib.h"
+#include "QosSnmp/QosMib.h"
 
+#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -29,8 +30,44 @@ TEST_F(QosMibTest, IsIsIdempotentForTheSameArguments) {
 TEST_F(QosMibTest, ReinstantiatingARowWithOtherArgumentsFailsAndKeepsTheRow) {
   ClassMapTableIndex key("cm1", Qos::MapType::mapQos_);
   auto original = mib->classMapTableIs(key, Status("voice"));
-  EXPECT_THROW(mib->classMapTableIs(key, Status("voice")), Mox::MutatorReinstantiationException);
+  try {
+    mib->classMapTableIs(key, Status("voice"));
+    ADD_FAILURE() << "re-created with another status object";
+  } catch (const Mox::MutatorReinstantiationException& e) {
+    EXPECT_STREQ(e.what(),
+                 "QosSnmp::QosMib::classMapTable: row classMapId=\"cm1\", classMapType=mapQos_ "
+                 "exists with another classMap; delete it before re-creating it");
+  }
   EXPECT_EQ(mib->classMapTable(key), original);
+}
+
+TEST_F(QosMibTest, ReinstantiationNamesTheFirstDifferingArgument) {
+  auto map = Quill::make<Qos::PolicyMapStatus>("pm");
+  PolicyMapClassTableIndex key("pm", Qos::MapType::mapQos_, 1);
+  mib->policyMapClassTableIs(key, map, "cm");
+  EXPECT_EQ(mib->policyMapClassTableIs(key, map, "cm"), mib->policyMapClassTable(key));
+  try {
+    mib->policyMapClassTableIs(key, map, "other");
+    ADD_FAILURE() << "re-created with another class map name";
+  } catch (const Mox::MutatorReinstantiationException& e) {
+    EXPECT_NE(std::string(e.what()).find("exists with another classMapName;"), std::string::npos)
+        << e.what();
+  }
+}
+
+// The table handed to generic code is the entity's own: its changes are the entity's.
+TEST_F(QosMibTest, TableCollectionIsTheEntitysTable) {
+  std::vector<Quill::U32> attrs;
+  auto sub = mib->changes().subscribe([&](const Quill::U32& a) { attrs.push_back(a); });
+  MibTable<ClassMapTableEntry>& table = mib->classMapTableColl();
+  EXPECT_EQ(table.name(), "classMapTable");
+  table.is(ClassMapTableIndex("b", Qos::MapType::mapQos_), Status("b"));
+  table.is(ClassMapTableIndex("a", Qos::MapType::mapQos_), Status("a"));
+  EXPECT_EQ(mib->classMapTable().size(), 2U);
+  EXPECT_EQ(table.begin()->index().classMapId, "a");
+  EXPECT_EQ(table.del(table.begin())->index().classMapId, "a");
+  EXPECT_EQ(table.find(ClassMapTableIndex("a", Qos::MapType::mapQos_)), nullptr);
+  EXPECT_EQ(attrs, std::vector<Quill::U32>(3, QosMib::classMapTableAttr));
 }
 
 TEST_F(QosMibTest, DelOfAnAbsentKeyReturnsNullAndChangesNothing) {

@@ -1,11 +1,11 @@
-#include "SnmpModule.h"
+#include "QosSnmp/SnmpModule.h"
 
 #include <cstdlib>
 
 #include "Mox/Singleton.h"
 #include "Snmp/MibContext.h"
 #include "Snmp/RegVoidCollByContext.h"
-#include "Trace.h"
+#include "QosSnmp/Trace.h"
 
 namespace QosSnmp {
 

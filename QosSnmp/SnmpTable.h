@@ -23,23 +23,22 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
-#include <cstring>
+#include <optional>
 #include <string>
+#include <tuple>
 
 #include <fmt/format.h>
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
-#include "IndexText.h"
-#include "Quill/Assert.h"
+#include "QosSnmp/IndexText.h"
+#include "QosSnmp/SnmpTableDesc.h"
+#include "QosSnmp/Trace.h"
 #include "Quill/Exception.h"
 #include "Quill/Ptr.h"
 #include "Snmp/CordbUtil.h"
 #include "Snmp/RegVoidCollByContext.h"
-#include "SnmpTableDesc.h"
-#include "Trace.h"
 
 namespace QosSnmp {
 
@@ -65,6 +64,8 @@ enum IterEvent : U32 {
 
 template <typename Desc>
 class SnmpTable {
+  static_assert(checkTableDescription<Desc>());
+
  public:
   using Entity = typename Desc::Entity;
   using Entry = typename Desc::Entry;
@@ -72,7 +73,7 @@ class SnmpTable {
   using Map = typename Context::Map;
   using Index = typename Entry::IndexType;
   static constexpr size_t bufferSize = 1024;
-  static constexpr size_t indexCount = Desc::indexes.size();
+  static constexpr size_t indexCount = std::tuple_size_v<decltype(Desc::indexes)>;
 
   static netsnmp_variable_list* getFirstDataPoint(void** loopContext, void** /*dataContext*/,
                                                   netsnmp_variable_list* putIndexData,
@@ -89,15 +90,14 @@ class SnmpTable {
     Entry* start = nullptr;
     bool hintMatched = false;
     if (hint && hint->number_indexes == indexCount) {
-      Index key;
-      if (decodeHint(hint->indexes, key)) {
-        start = table.lowerBound(key);
-        if (start && start->index() == key) {
+      if (std::optional<Index> key = decodeHint(hint->indexes)) {
+        start = table.lowerBound(*key);
+        if (start && start->index() == *key) {
           hintMatched = true;
           regVoid->tableCounters.orderedIterCntrsInc(iterHintMatched, 1);
         } else {
           QTRACE(snmpTrace(), 2, "{}_get_first_data_point - key '{}' not found in table",
-                 Desc::name, indexText(key));
+                 Desc::name, indexText(*key));
           regVoid->tableCounters.orderedIterCntrsInc(iterHintMissed, 1);
         }
       }
@@ -169,19 +169,8 @@ class SnmpTable {
     }
     const Index& index = ctx->current->index();
     netsnmp_variable_list* var = putIndexData;
-    unsigned char buf[bufferSize];
-    for (const auto& component : Desc::indexes) {
-      int len = component.encode(index, buf, sizeof buf, component.maxLen);
-      if (component.asnType == ASN_OCTET_STR) {
-        len = std::min(len, component.maxLen);
-      }
-      if (snmpTrace().enabled(2)) {
-        QTRACE(snmpTrace(), 2, "{}IterationHelper - iterator has another value: {}={}", Desc::name,
-               component.attrName, printComponent(component, buf, len));
-      }
-      snmp_set_var_typed_value(var, component.asnType, buf, static_cast<size_t>(std::max(len, 0)));
-      var = var->next_variable;
-    }
+    std::apply([&](const auto&... component) { (putComponent(component, index, var), ...); },
+               Desc::indexes);
     return putIndexData;
   }
 
@@ -243,37 +232,74 @@ class SnmpTable {
   }
 
  private:
-  // Decodes the hint's index varbinds into `key`; false when the walk must start at the first
-  // row (a component of the wrong type or out of range, too few components, or an index
-  // record that cannot be built).
-  static bool decodeHint(netsnmp_variable_list* var, Index& key) {
-    size_t good = 0;
-    for (const auto& component : Desc::indexes) {
-      if (!var) {
-        break;
-      }
-      if (var->type != component.asnType) {
-        QTRACE(snmpTrace(), 0, "hint for {} has incorrect type! Expecting {} but got {}",
-               component.mibName, component.asnType, var->type);
-      } else {
-        try {
-          component.decode(key, *var);
-          QTRACE(snmpTrace(), 2, "hint component {} is '{}'", component.mibName,
-                 component.print(key));
-          ++good;
-        } catch (const Quill::RangeException& e) {
-          QTRACE(snmpTrace(), 0, "hint for index {} of {} is out of range! {}", component.mibName,
-                 Desc::name, e.what());
-        }
-      }
-      var = var->next_variable;
+  // Writes one component of `index` into *var and moves var to the next index varbind.
+  template <typename Component>
+  static void putComponent(const Component& component, const Index& index,
+                           netsnmp_variable_list*& var) {
+    const auto& value = component.get(index);
+    unsigned char buf[bufferSize];
+    int len = component.encode(value, buf, sizeof buf, component.maxLen);
+    if (component.asnType == ASN_OCTET_STR) {
+      len = std::min(len, component.maxLen);
     }
+    QTRACE(snmpTrace(), 2, "{}IterationHelper - iterator has another value: {}={}", Desc::name,
+           component.attrName, component.print(value));
+    snmp_set_var_typed_value(var, component.asnType, buf, static_cast<size_t>(std::max(len, 0)));
+    var = var->next_variable;
+  }
+
+  // The key a hint names, built through the index record's constructor from the decoded
+  // components; nothing when the walk must start at the first row (a component of the wrong
+  // type or out of range, too few components, or a constructor that refuses the values).
+  static std::optional<Index> decodeHint(netsnmp_variable_list* var) {
+    size_t good = 0;
+    // A braced list evaluates in order: components are decoded in index order.
+    auto values = std::apply(
+        [&](const auto&... component) {
+          return std::tuple{decodeComponent(component, var, good)...};
+        },
+        Desc::indexes);
     if (good < indexCount) {
       QTRACE(snmpTrace(), 2, "{}_get_first_data_point - needed {} components, found only {}",
              Desc::name, indexCount, good);
-      return false;
+      return std::nullopt;
     }
-    return true;
+    try {
+      return std::apply([](auto&... value) { return Index(std::move(*value)...); }, values);
+    } catch (const Quill::RangeException& e) {
+      QTRACE(snmpTrace(), 0, "Bad hint for {}: {} ctor threw exception: {}", Desc::name,
+             indexTypeName<Index>(), e.what());
+      return std::nullopt;
+    }
+  }
+
+  // One component's value from *var (counted in `good`), then var moves on; nothing when the
+  // list has ended, the type is wrong or the value is out of range.
+  template <typename Component>
+  static std::optional<typename Component::ValueType> decodeComponent(const Component& component,
+                                                                      netsnmp_variable_list*& var,
+                                                                      size_t& good) {
+    if (!var) {
+      return std::nullopt;
+    }
+    const netsnmp_variable_list& current = *var;
+    var = var->next_variable;
+    if (current.type != component.asnType) {
+      QTRACE(snmpTrace(), 0, "hint for {} has incorrect type! Expecting {} but got {}",
+             component.mibName, component.asnType, current.type);
+      return std::nullopt;
+    }
+    try {
+      auto value = component.decode(current);
+      QTRACE(snmpTrace(), 2, "hint component {} is '{}'", component.mibName,
+             component.print(value));
+      ++good;
+      return value;
+    } catch (const Quill::RangeException& e) {
+      QTRACE(snmpTrace(), 0, "hint for index {} of {} is out of range! {}", component.mibName,
+             Desc::name, e.what());
+      return std::nullopt;
+    }
   }
 
   static const Column<Entry>* findColumn(unsigned int number) {
@@ -283,16 +309,6 @@ class SnmpTable {
       }
     }
     return nullptr;
-  }
-
-  static std::string printComponent(const IndexComponent<Index>& component,
-                                    const unsigned char* buf, int len) {
-    if (component.asnType == ASN_OCTET_STR) {
-      return std::string(reinterpret_cast<const char*>(buf), static_cast<size_t>(std::max(len, 0)));
-    }
-    long v = 0;
-    std::memcpy(&v, buf, sizeof v);
-    return std::to_string(v);
   }
 };
 

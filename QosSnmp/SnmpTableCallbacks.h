@@ -3,8 +3,8 @@
 // the same way (SnmpTableRegistration).
 #pragma once
 
-#include "SnmpTable.h"
-#include "SnmpTableRegistration.h"
+#include "QosSnmp/SnmpTable.h"
+#include "QosSnmp/SnmpTableRegistration.h"
 
 // Declares the named net-snmp callbacks of table `table` described by `Desc`, registered in
 // module object `module`: <table>_entry and the iterator callbacks in an anonymous namespace,

@@ -1,4 +1,4 @@
-#include "StatsEntries.h"
+#include "QosSnmp/StatsEntries.h"
 
 namespace QosSnmp {
 

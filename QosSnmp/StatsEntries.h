@@ -5,9 +5,9 @@
 
 #include "Qos/Counters.h"
 #include "Qos/ServicePolicyKey.h"
-#include "QosMibIndexes.h"
+#include "QosSnmp/QosMibIndexes.h"
 #include "Quill/String.h"
-#include "TableEntry.h"
+#include "QosSnmp/TableEntry.h"
 
 namespace QosSnmp {
 
@@ -16,6 +16,7 @@ class ServicePolicyTableEntry : public TableEntry<ServicePolicyTableEntry, Servi
                                                   Snmp::String, Qos::ServicePolicyKey> {
  public:
   using TableEntry::TableEntry;
+  static constexpr std::array argNames{"policyMapId", "servicePolicyKey"};
   static Mox::AllocationTracker memAllocationTracker_;
 
   U32 ifIndex() const noexcept { return index().ifIndex; }
@@ -36,6 +37,7 @@ class QosStatsTableEntry
                         Quill::Ptr<Qos::ClassMapHwStatus const>, Quill::Ptr<Qos::Counter const>> {
  public:
   using TableEntry::TableEntry;
+  static constexpr std::array argNames{"classMapHwStatus", "counters"};
   static Mox::AllocationTracker memAllocationTracker_;
 
   const Quill::Ptr<Qos::ClassMapHwStatus const>& classMapHwStatus() const noexcept {
@@ -66,6 +68,7 @@ class QosPerIntfStatsTableEntry
                         Quill::Ptr<Qos::CounterIntf const>> {
  public:
   using TableEntry::TableEntry;
+  static constexpr std::array argNames{"counterIntf"};
   static Mox::AllocationTracker memAllocationTracker_;
 
   const Quill::Ptr<Qos::CounterIntf const>& counterIntf() const noexcept { return arg<0>(); }
@@ -85,6 +88,7 @@ class QosPolicerStatsTableEntry
                         Quill::Ptr<Qos::PolicerCounter const>> {
  public:
   using TableEntry::TableEntry;
+  static constexpr std::array argNames{"policerCounter"};
   static Mox::AllocationTracker memAllocationTracker_;
 
   const Quill::Ptr<Qos::PolicerCounter const>& policerCounter() const noexcept { return arg<0>(); }

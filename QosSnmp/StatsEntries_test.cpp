@@ -1,7 +1,7 @@
 // Service policy and statistics rows: where the per-class counters come from (hardware status,
 // per-policer sums, per-interface sums, the counter itself), wrap-around of sums and
 // differences, per-interface and per-policer counts.
-#include "StatsEntries.h"
+#include "QosSnmp/StatsEntries.h"
 
 #include <limits>
 

@@ -4,10 +4,15 @@
 // arguments (counted references to status objects, or small values) and nothing else; column
 // accessors of the concrete entry compute values from those arguments when asked. sameArgs()
 // tells a table mutator whether a row would be re-created with the same arguments (pointers
-// compare by identity, values by value).
+// compare by identity, values by value), firstDifferingArg() which argument differs.
+//
+// The concrete entry names its arguments in order, for errors:
+//   static constexpr std::array argNames{"classMap"};
 #pragma once
 
+#include <array>
 #include <tuple>
+#include <utility>
 
 #include "Mox/AllocationTracker.h"
 #include "Mox/RbTreeMap.h"
@@ -25,6 +30,10 @@ class TableEntry : public Quill::Object, public Mox::RbTreeNode, private Mox::Tr
 
   const Index& index() const noexcept { return index_; }
   bool sameArgs(const Args&... args) const { return args_ == std::tie(args...); }
+  // The name of the first argument that differs from the stored one, or null if none does.
+  const char* firstDifferingArg(const Args&... args) const {
+    return firstDifference(std::index_sequence_for<Args...>{}, std::tie(args...));
+  }
 
  protected:
   template <size_t I>
@@ -33,6 +42,17 @@ class TableEntry : public Quill::Object, public Mox::RbTreeNode, private Mox::Tr
   }
 
  private:
+  template <size_t... I>
+  const char* firstDifference(std::index_sequence<I...>, std::tuple<const Args&...> given) const {
+    static_assert(Derived::argNames.size() == sizeof...(Args), "one name per argument");
+    const char* differing = nullptr;
+    ((differing =
+          differing ? differing
+                    : (std::get<I>(args_) == std::get<I>(given) ? nullptr : Derived::argNames[I])),
+     ...);
+    return differing;
+  }
+
   Index index_;
   std::tuple<Args...> args_;
 };

@@ -7,7 +7,7 @@
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
 #include "Cordb/Dir.h"
-#include "QosMib.h"
+#include "QosSnmp/QosMib.h"
 #include "Snmp/CordbUtil.h"
 
 namespace QosSnmp::test {

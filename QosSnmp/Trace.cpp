@@ -1,4 +1,4 @@
-#include "Trace.h"
+#include "QosSnmp/Trace.h"
 
 namespace QosSnmp {
 

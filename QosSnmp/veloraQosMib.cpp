@@ -1,9 +1,9 @@
-#include "veloraQosMib.h"
+#include "QosSnmp/veloraQosMib.h"
 
-#include "QosMibTables.h"
-#include "Snmp/HandlerRegistration.h"
+#include "QosSnmp/QosMibTables.h"
 #include "Snmp/MibContext.h"
-#include "SnmpTableCallbacks.h"
+#include "QosSnmp/SnmpModuleRegistration.h"
+#include "QosSnmp/SnmpTableCallbacks.h"
 
 namespace {
 
@@ -59,15 +59,8 @@ void unregister_veloraQosMib(Quill::String context) {
 
 namespace {
 
-class veloraQosMib_HandlerRegistration : public Snmp::HandlerRegistration {
- public:
-  void initHandler(Quill::String context) override { init_veloraQosMib(std::move(context)); }
-  void unregisterHandler(Quill::String context) override {
-    unregister_veloraQosMib(std::move(context));
-  }
-};
-
+class veloraQosMib_HandlerRegistration final
+    : public QosSnmp::ModuleRegistration<init_veloraQosMib, unregister_veloraQosMib> {};
 veloraQosMib_HandlerRegistration veloraQosMib_registration;
-Snmp::AutoRegistree veloraQosMib_autoRegistree(&veloraQosMib_registration);
 
 }  // namespace

@@ -15,7 +15,7 @@
 
 namespace QosSnmp {
 class SnmpModule;
-// The module's registration bookkeeping (for inspection by the agent and tests).
+// The module's registration bookkeeping (for inspection by tests).
 const SnmpModule& veloraQosMibModule();
 }  // namespace QosSnmp
 

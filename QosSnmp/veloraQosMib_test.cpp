@@ -1,26 +1,32 @@
-// The QoS MIB module as net-snmp drives it: registration per context, the iterator callbacks
-// of the class map table (hints, counters, rows changing during a walk, context lifetimes) and
-// the GET handler's answers and errors.
-#include "veloraQosMib.h"
+// The QoS MIB module as net-snmp drives it: registration per context (and the faults that end
+// the agent), the iterator callbacks of the class map table (hints, counters, rows changing
+// during a walk, context lifetimes) and the GET handler's answers and errors.
+#include "QosSnmp/veloraQosMib.h"
 
-#include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "Mox/Singleton.h"
-#include "QosMib.h"
+#include "QosSnmp/QosMib.h"
 #include "Quill/Trace.h"
 #include "Snmp/MibContext.h"
 #include "Snmp/RegVoidCollByContext.h"
-#include "SnmpModule.h"
-#include "TestAgent.h"
+#include "QosSnmp/AssertionRegex.h"
+#include "QosSnmp/SnmpModule.h"
+#include "QosSnmp/TableDriver.h"
+#include "QosSnmp/TestAgent.h"
 
 namespace {
 
 using Qos::MapType;
 using QosSnmp::ClassMapTableIndex;
+using QosSnmp::test::assertionRegex;
+using QosSnmp::test::Events;
+using QosSnmp::test::Hint;
+using QosSnmp::test::TableDriver;
 
 // One agent, one model root for the whole test program.
 class AgentEnvironment : public ::testing::Environment {
@@ -67,16 +73,13 @@ TEST(VeloraQosMibRegistrationTest, NamedContextGetsTheMibContextOnly) {
   EXPECT_EQ(Module().handlerRegistrationsByContext().count("never-initialised"), 0U);
 }
 
-// Drives the class map table's registered iterator callbacks as net-snmp's iterator does.
-class ClassMapIteratorTest : public ::testing::Test {
+// The class map table's registered callbacks, driven as net-snmp drives them.
+class ClassMapTableTest : public ::testing::Test {
  protected:
   void SetUp() override {
     init_veloraQosMib("");
-    auto* reg = Module().handlerRegistrationsByContext().at("").front();
-    iinfo = static_cast<netsnmp_iterator_info*>(
-        netsnmp_find_handler_by_name(reg, "table_iterator")->myvoid);
-    regVoid = static_cast<Snmp::RegVoid*>(iinfo->myvoid);
-    put = snmp_clone_varbind(iinfo->indexes);
+    driver =
+        std::make_unique<TableDriver>(Module(), "veloraClassMapTable", veloraClassMapTable_handler);
     Quill::traceSinkIs(
         [this](std::string_view, int, std::string_view text) { traces.emplace_back(text); });
     Quill::traceSpecIs("QosSnmp/0-2");
@@ -84,56 +87,17 @@ class ClassMapIteratorTest : public ::testing::Test {
   void TearDown() override {
     Quill::traceSpecIs("");
     Quill::traceSinkIs({});
-    if (loop) {
-      iinfo->free_loop_context_at_end(loop, iinfo);
-    }
-    snmp_free_varbind(put);
-    snmp_free_varbind(hint.indexes);
+    driver.reset();
     mib().classMapTableDelAll();
     unregister_veloraQosMib("");
   }
 
   Quill::Ptr<QosSnmp::ClassMapTableEntry> Row(const char* id, MapType type, const char* name) {
-    return mib().classMapTableIs(
-        ClassMapTableIndex(id, type),
-        Quill::Ptr<Qos::ClassMapStatus const>(Quill::make<Qos::ClassMapStatus>(name)));
+    return mib().classMapTableIs(ClassMapTableIndex(id, type),
+                                 Quill::make<Qos::ClassMapStatus>(name));
   }
-
-  // A request's parsed index: octet string id, then integer map type.
-  netsnmp_table_request_info* Hint(const std::string& id, long type,
-                                   u_char idType = ASN_OCTET_STR) {
-    hint.number_indexes = 2;
-    snmp_free_varbind(hint.indexes);
-    hint.indexes = nullptr;
-    snmp_varlist_add_variable(&hint.indexes, nullptr, 0, idType,
-                              reinterpret_cast<const u_char*>(id.data()), id.size());
-    snmp_varlist_add_variable(&hint.indexes, nullptr, 0, ASN_INTEGER,
-                              reinterpret_cast<const u_char*>(&type), sizeof type);
-    return &hint;
-  }
-
-  // get_first / get_next; return the row id written into the index varbinds, or "" at the end.
-  std::string First(netsnmp_table_request_info* h = nullptr) {
-    loop = h;
-    return Indexed(iinfo->get_first_data_point(&loop, &data, put, iinfo));
-  }
-  std::string Next() { return Indexed(iinfo->get_next_data_point(&loop, &data, put, iinfo)); }
-  std::string Indexed(netsnmp_variable_list* v) {
-    if (!v) {
-      return "";
-    }
-    std::string id(reinterpret_cast<char*>(v->val.string), v->val_len);
-    return id + "/" + std::to_string(*v->next_variable->val.integer);
-  }
-  Quill::U64 Events(Quill::U32 type) const { return regVoid->tableCounters.orderedIterCntr(type); }
-  std::vector<Quill::U64> EventsSince(const std::vector<Quill::U64>& before) const {
-    std::vector<Quill::U64> d;
-    for (Quill::U32 t = 0; t < 6; ++t) {
-      d.push_back(Events(t) - before[t]);
-    }
-    return d;
-  }
-  std::vector<Quill::U64> Snapshot() const { return EventsSince(std::vector<Quill::U64>(6, 0)); }
+  std::string First(Hint* hint = nullptr) { return driver->first(hint); }
+  std::string Next() { return driver->next(); }
   bool Traced(const std::string& fragment) const {
     for (const auto& t : traces) {
       if (t.find(fragment) != std::string::npos) {
@@ -143,78 +107,76 @@ class ClassMapIteratorTest : public ::testing::Test {
     return false;
   }
 
-  netsnmp_iterator_info* iinfo = nullptr;
-  Snmp::RegVoid* regVoid = nullptr;
-  netsnmp_variable_list* put = nullptr;
-  netsnmp_table_request_info hint{};
-  void* loop = nullptr;
-  void* data = nullptr;
+  std::unique_ptr<TableDriver> driver;
   std::vector<std::string> traces;
 };
 
-TEST_F(ClassMapIteratorTest, EmptyTableEndsAtOnce) {
-  auto before = Snapshot();
+TEST_F(ClassMapTableTest, EmptyTableEndsAtOnce) {
+  Events before = driver->events();
   EXPECT_EQ(First(), "");
   EXPECT_EQ(Next(), "");
-  EXPECT_EQ(EventsSince(before), (std::vector<Quill::U64>{0, 0, 1, 1, 0, 0}));
+  EXPECT_EQ(driver->eventsSince(before), (Events{0, 0, 1, 1, 0, 0}));
 }
 
-TEST_F(ClassMapIteratorTest, WalksInOidOrderAndEncodesTheMapType) {
+TEST_F(ClassMapTableTest, WalksInOidOrderAndEncodesTheMapType) {
   Row("bb", MapType::mapQos_, "b");
   Row("a", MapType::mapQosStatic_, "a2");  // folds onto the MIB's qos (2)
   Row("a", MapType::mapControlPlane_, "a0");
-  auto before = Snapshot();
-  std::vector<std::string> walk{First()};
-  for (std::string id = Next(); !id.empty(); id = Next()) {
-    walk.push_back(id);
-  }
-  EXPECT_EQ(walk, (std::vector<std::string>{"a/1", "a/2", "bb/2"}));
-  EXPECT_EQ(EventsSince(before), (std::vector<Quill::U64>{0, 0, 1, 0, 1, 2}));
+  Events before = driver->events();
+  EXPECT_EQ(driver->walk(), (std::vector<std::string>{"a/1", "a/2", "bb/2"}));
+  EXPECT_EQ(driver->eventsSince(before), (Events{0, 0, 1, 0, 1, 2}));
 }
 
-TEST_F(ClassMapIteratorTest, HintForAnExistingRowStartsThere) {
+TEST_F(ClassMapTableTest, HintForAnExistingRowStartsThere) {
   Row("a", MapType::mapQos_, "a");
   Row("b", MapType::mapQos_, "b");
-  auto before = Snapshot();
-  EXPECT_EQ(First(Hint("b", 2)), "b/2");
-  EXPECT_EQ(EventsSince(before), (std::vector<Quill::U64>{0, 1, 0, 0, 0, 0}));
+  Events before = driver->events();
+  Hint hint;
+  EXPECT_EQ(First(&hint.octets("b").integer(2)), "b/2");
+  EXPECT_EQ(driver->eventsSince(before), (Events{0, 1, 0, 0, 0, 0}));
   EXPECT_TRUE(Traced("hintMatched=true"));
 }
 
-TEST_F(ClassMapIteratorTest, HintForAnAbsentKeyWalksFromTheFirstRow) {
+TEST_F(ClassMapTableTest, HintForAnAbsentKeyWalksFromTheFirstRow) {
   Row("a", MapType::mapQos_, "a");
   Row("c", MapType::mapQos_, "c");
-  auto before = Snapshot();
-  EXPECT_EQ(First(Hint("b", 2)), "a/2");
-  EXPECT_EQ(EventsSince(before), (std::vector<Quill::U64>{1, 0, 1, 0, 0, 0}));
+  Events before = driver->events();
+  Hint hint;
+  EXPECT_EQ(First(&hint.octets("b").integer(2)), "a/2");
+  EXPECT_EQ(driver->eventsSince(before), (Events{1, 0, 1, 0, 0, 0}));
   EXPECT_TRUE(Traced("key 'classMapId=\"b\", classMapType=mapQos_' not found in table"));
 }
 
-TEST_F(ClassMapIteratorTest, BadHintComponentsAreReportedAndIgnored) {
+TEST_F(ClassMapTableTest, BadHintComponentsAreReportedAndIgnored) {
   Row("a", MapType::mapQos_, "a");
   Row("b", MapType::mapQos_, "b");
-  EXPECT_EQ(First(Hint("b", 2, ASN_INTEGER)), "a/2");
+  Hint wrongType;
+  EXPECT_EQ(First(&wrongType.integer(7).integer(2)), "a/2");
   EXPECT_TRUE(Traced("hint for veloraClassMapId has incorrect type! Expecting 4 but got 2"));
   EXPECT_TRUE(Traced("needed 2 components, found only 1"));
-  iinfo->free_loop_context_at_end(loop, iinfo);
   traces.clear();
-  EXPECT_EQ(First(Hint("b", 3)), "a/2");
+  Hint outOfRange;
+  EXPECT_EQ(First(&outOfRange.octets("b").integer(3)), "a/2");
   EXPECT_TRUE(
       Traced("hint for index veloraClassMapType of veloraClassMapTable is out of range! "
              "too big for Qos::MapType"));
+  Hint tooFew;
+  tooFew.octets("b");
+  EXPECT_EQ(First(&tooFew), "a/2");  // a hint of another table's shape: no decoding at all
 }
 
-TEST_F(ClassMapIteratorTest, HintsAreIgnoredWhenTheAgentSaysSo) {
+TEST_F(ClassMapTableTest, HintsAreIgnoredWhenTheAgentSaysSo) {
   Row("a", MapType::mapQos_, "a");
   Row("b", MapType::mapQos_, "b");
   auto config = Quill::make<Snmp::Config>();
   config->ignoreIteratorHints = true;
   Snmp::CordbUtil::snmpConfigIs(config);
-  EXPECT_EQ(First(Hint("b", 2)), "a/2");
+  Hint hint;
+  EXPECT_EQ(First(&hint.octets("b").integer(2)), "a/2");
   Snmp::CordbUtil::snmpConfigIs(Quill::make<Snmp::Config>());
 }
 
-TEST_F(ClassMapIteratorTest, RowRemovedDuringTheWalkContinuesAfterIt) {
+TEST_F(ClassMapTableTest, RowRemovedDuringTheWalkContinuesAfterIt) {
   Row("a", MapType::mapQos_, "a");
   Row("b", MapType::mapQos_, "b");
   Row("c", MapType::mapQos_, "c");
@@ -226,7 +188,7 @@ TEST_F(ClassMapIteratorTest, RowRemovedDuringTheWalkContinuesAfterIt) {
   EXPECT_EQ(Next(), "");
 }
 
-TEST_F(ClassMapIteratorTest, RowAddedDuringTheWalkIsSeenWhenItComesLater) {
+TEST_F(ClassMapTableTest, RowAddedDuringTheWalkIsSeenWhenItComesLater) {
   Row("a", MapType::mapQos_, "a");
   Row("c", MapType::mapQos_, "c");
   EXPECT_EQ(First(), "a/2");
@@ -237,114 +199,85 @@ TEST_F(ClassMapIteratorTest, RowAddedDuringTheWalkIsSeenWhenItComesLater) {
   EXPECT_EQ(Next(), "");
 }
 
-TEST_F(ClassMapIteratorTest, DataContextKeepsItsRowAfterTheTableDropsIt) {
+TEST_F(ClassMapTableTest, DataContextKeepsItsRowAfterTheTableDropsIt) {
   auto row = Row("a", MapType::mapQos_, "kept");
   EXPECT_EQ(First(), "a/2");
-  void* dataContext = iinfo->make_data_context(loop, iinfo);
+  netsnmp_iterator_info* iinfo = driver->iinfo();
+  void* dataContext = iinfo->make_data_context(driver->loopContext(), iinfo);
   Quill::U32 refs = row->refCount();
   mib().classMapTableDel(ClassMapTableIndex("a", MapType::mapQos_));
   EXPECT_EQ(row->refCount(), refs - 1);
-  iinfo->free_loop_context_at_end(loop, iinfo);
-  loop = nullptr;
+  driver->endWalk();
   EXPECT_EQ(row->refCount(), refs - 2);  // only the data context and `row` remain
   iinfo->free_data_context(dataContext, iinfo);
   EXPECT_EQ(row->refCount(), 1U);
 }
 
-// GET requests for the row the iterator chose, as the iterator hands them to the handler.
-class ClassMapHandlerTest : public ClassMapIteratorTest {
- protected:
-  struct Request {
-    netsnmp_request_info info{};
-    netsnmp_table_request_info table{};
-  };
-
-  // Builds a chain of GET requests for `columns` of the row `First()` lands on.
-  void Get(std::vector<unsigned> columns) {
-    ASSERT_NE(First(), "");
-    dataContext = iinfo->make_data_context(loop, iinfo);
-    reqinfo.mode = MODE_GET;
-    requests.resize(columns.size());
-    for (size_t i = 0; i < columns.size(); ++i) {
-      Request& r = requests[i];
-      r.table.colnum = columns[i];
-      r.info.agent_req_info = &reqinfo;
-      snmp_varlist_add_variable(&r.info.requestvb, nullptr, 0, ASN_NULL, nullptr, 0);
-      netsnmp_request_add_list_data(
-          &r.info, netsnmp_create_data_list(TABLE_HANDLER_NAME, &r.table, nullptr));
-      netsnmp_request_add_list_data(
-          &r.info, netsnmp_create_data_list(TABLE_ITERATOR_NAME, dataContext, nullptr));
-      if (i > 0) {
-        requests[i - 1].info.next = &r.info;
-      }
-    }
-  }
-  int Handle() {
-    return veloraClassMapTable_handler(nullptr, nullptr, &reqinfo, &requests[0].info);
-  }
-  void TearDown() override {
-    for (Request& r : requests) {
-      netsnmp_free_request_data_sets(&r.info);
-      snmp_free_varbind(r.info.requestvb);
-    }
-    if (dataContext) {
-      iinfo->free_data_context(dataContext, iinfo);
-    }
-    ClassMapIteratorTest::TearDown();
-  }
-  const netsnmp_variable_list& Var(size_t i) const { return *requests[i].info.requestvb; }
-
-  netsnmp_agent_request_info reqinfo{};
-  std::vector<Request> requests;
-  void* dataContext = nullptr;
-};
-
-TEST_F(ClassMapHandlerTest, AnswersNameAndMatchCondition) {
+TEST_F(ClassMapTableTest, GetAnswersNameAndMatchCondition) {
   auto status = Quill::make<Qos::ClassMapStatus>("voice");
   status->matchConditionIs(Qos::ClassMapMatchCondition::matchConditionAll_);
-  mib().classMapTableIs(ClassMapTableIndex("cm", MapType::mapQos_),
-                        Quill::Ptr<Qos::ClassMapStatus const>(status));
-  Get({3, 4});
-  EXPECT_EQ(Handle(), SNMP_ERR_NOERROR);
-  EXPECT_EQ(Var(0).type, ASN_OCTET_STR);
-  EXPECT_EQ(std::string(reinterpret_cast<char*>(Var(0).val.string), Var(0).val_len), "voice");
-  EXPECT_EQ(Var(1).type, ASN_INTEGER);
-  EXPECT_EQ(*Var(1).val.integer, 2);
+  mib().classMapTableIs(ClassMapTableIndex("cm", MapType::mapQos_), status);
+  ASSERT_EQ(First(), "cm/2");
+  EXPECT_EQ(driver->get({3, 4}), SNMP_ERR_NOERROR);
+  EXPECT_EQ(driver->answer(0).type, ASN_OCTET_STR);
+  EXPECT_EQ(driver->answer(0).octets, "voice");
+  EXPECT_EQ(driver->answer(1).type, ASN_INTEGER);
+  EXPECT_EQ(driver->answer(1).integer, 2);
 }
 
-TEST_F(ClassMapHandlerTest, UnknownColumnAnswersNoSuchObjectAndLeavesLaterRequests) {
+TEST_F(ClassMapTableTest, UnknownColumnAnswersNoSuchObjectAndLeavesLaterRequests) {
   Row("cm", MapType::mapQos_, "voice");
-  Get({5, 3});
-  EXPECT_EQ(Handle(), SNMP_ERR_NOERROR);
-  EXPECT_EQ(Var(0).type, SNMP_NOSUCHOBJECT);
-  EXPECT_EQ(Var(1).type, ASN_NULL);
-  EXPECT_EQ(requests[1].info.processed, 0);
+  ASSERT_EQ(First(), "cm/2");
+  EXPECT_EQ(driver->get({5, 3}), SNMP_ERR_NOERROR);
+  EXPECT_EQ(driver->answer(0).type, SNMP_NOSUCHOBJECT);
+  EXPECT_EQ(driver->answer(1).type, ASN_NULL);
+  EXPECT_FALSE(driver->answer(1).processed);
   EXPECT_TRUE(Traced("veloraClassMapTable invalid column 5"));
 }
 
-TEST_F(ClassMapHandlerTest, NameOfTheMaximumLengthIsReturnedWhole) {
+TEST_F(ClassMapTableTest, NameOfTheMaximumLengthIsReturnedWhole) {
   Row("cm", MapType::mapQos_, std::string(255, 'n').c_str());
-  Get({3});
-  EXPECT_EQ(Handle(), SNMP_ERR_NOERROR);
-  EXPECT_EQ(Var(0).val_len, 255U);
+  EXPECT_EQ(driver->getOne(3).octets.size(), 255U);
 }
 
-TEST_F(ClassMapHandlerTest, OverlongNameFailsTheRequestWithGenErr) {
+TEST_F(ClassMapTableTest, OverlongNameFailsTheRequestWithGenErr) {
   Row("cm", MapType::mapQos_, std::string(256, 'n').c_str());
-  Get({3});
-  EXPECT_EQ(Handle(), SNMP_ERR_GENERR);
-  EXPECT_EQ(requests[0].info.status, SNMP_ERR_GENERR);
+  ASSERT_EQ(First(), "cm/2");
+  EXPECT_EQ(driver->get({3}), SNMP_ERR_GENERR);
+  EXPECT_EQ(driver->answer(0).status, SNMP_ERR_GENERR);
   EXPECT_TRUE(
       Traced("handle_veloraClassMapTable - entity /localhost/snmp/qos/root length out of "
              "range: classMapName (256)"));
 }
 
-TEST_F(ClassMapHandlerTest, WritesAreRefused) {
+TEST_F(ClassMapTableTest, WritesAreRefused) {
   Row("cm", MapType::mapQos_, "voice");
-  Get({3});
-  reqinfo.mode = MODE_SET_RESERVE1;
-  EXPECT_EQ(Handle(), SNMP_ERR_NOERROR);
-  EXPECT_EQ(requests[0].info.status, SNMP_ERR_NOTWRITABLE);
+  ASSERT_EQ(First(), "cm/2");
+  EXPECT_EQ(driver->get({3}, MODE_SET_RESERVE1), SNMP_ERR_NOERROR);
+  EXPECT_EQ(driver->answer(0).status, SNMP_ERR_NOTWRITABLE);
+}
+
+// A model entity that is missing or of another type is a configuration fault: it ends the agent
+// with the path in the message.
+TEST(VeloraQosMibRegistrationDeathTest, MissingModelEntityEndsTheAgent) {
+  EXPECT_DEATH(
+      {
+        Snmp::CordbUtil::agentRoot()->unmount("snmp/qos/root");
+        init_veloraQosMib("");
+      },
+      "Can not getEntityRelative\\( snmp/qos/root \\) for table veloraClassMapTable\\. Is this "
+      "path correct\\?\n(.|\n)*" +
+          assertionRegex("e"));
+}
+
+TEST(VeloraQosMibRegistrationDeathTest, ModelEntityOfAnotherTypeEndsTheAgent) {
+  EXPECT_DEATH(
+      {
+        Snmp::CordbUtil::agentRoot()->mount("snmp/qos/root", Quill::make<Cordb::Dir>("root"));
+        init_veloraQosMib("");
+      },
+      "snmp/qos/root does not appear to be of type QosSnmp::QosMib\\.\n(.|\n)*" +
+          assertionRegex("ptr"));
 }
 
 }  // namespace

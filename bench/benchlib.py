@@ -6,6 +6,7 @@ A benchmark writes its state file, then
     with Agent(qossnmpd, state, workdir, hint=False) as agent:
         result = timed_walk(agent, TABLE_OID, reps=50, timeout=600)
 
+`TABLE_OID` is built with enterprise_oid(), from $VELORA_ENTERPRISE_ARC (default 32473).
 `result` holds the varbinds the walk returned (all of them, or those returned before the cut),
 its wall time and the CPU time (utime + stime) the agent spent meanwhile.
 """
@@ -23,6 +24,14 @@ from dataclasses import dataclass
 from pathlib import Path
 
 CLK_TCK = os.sysconf("SC_CLK_TCK")
+# The enterprise arc the agent was built with (CMake's VELORA_ENTERPRISE_ARC); a vendor build
+# exports its own number.
+ENTERPRISE_ARC = int(os.environ.get("VELORA_ENTERPRISE_ARC", "32473"))
+
+
+def enterprise_oid(*arcs: int) -> str:
+    """The numeric OID enterprises.E followed by `arcs`, as the net-snmp tools take it."""
+    return ".1.3.6.1.4.1." + ".".join(str(arc) for arc in (ENTERPRISE_ARC, *arcs))
 READY_TIMEOUT_S = 120
 
 

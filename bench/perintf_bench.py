@@ -28,10 +28,10 @@ import sys
 import tempfile
 from pathlib import Path
 
-from benchlib import Agent, Result, median_by_wall, timed_walk
+from benchlib import Agent, Result, enterprise_oid, median_by_wall, timed_walk
 
 REPO = Path(__file__).resolve().parents[1]
-PER_INTF_STATS_TABLE = ".1.3.6.1.4.1.32473.3.13.1.11"
+PER_INTF_STATS_TABLE = enterprise_oid(3, 13, 1, 11)
 COLUMNS = 6
 
 

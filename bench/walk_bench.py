@@ -27,10 +27,10 @@ import sys
 import tempfile
 from pathlib import Path
 
-from benchlib import Agent, Result, median_by_wall, timed_walk
+from benchlib import Agent, Result, enterprise_oid, median_by_wall, timed_walk
 
 REPO = Path(__file__).resolve().parents[1]
-CLASS_MAP_TABLE = ".1.3.6.1.4.1.32473.3.13.1.1"
+CLASS_MAP_TABLE = enterprise_oid(3, 13, 1, 1)
 
 
 def write_state(path: Path, rows: int, static: bool) -> None:

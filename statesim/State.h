@@ -33,7 +33,7 @@
 #include "Qos/ClassMapMatch.h"
 #include "Qos/PolicyMapStatus.h"
 #include "Qos/Types.h"
-#include "QosMibIndexes.h"
+#include "QosSnmp/QosMibIndexes.h"
 #include "Quill/String.h"
 
 namespace StateSim {

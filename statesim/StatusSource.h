@@ -24,7 +24,7 @@
 #include "ConfigWriter.h"
 #include "Cordb/Dir.h"
 #include "EcnWriter.h"
-#include "QosMib.h"
+#include "QosSnmp/QosMib.h"
 #include "Quill/Ptr.h"
 #include "State.h"
 #include "StatsWriter.h"

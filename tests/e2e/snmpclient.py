@@ -10,12 +10,15 @@ type "STRING", "INTEGER", ... and value bytes for octet strings, int for integer
 
 from __future__ import annotations
 
+import os
 import re
 import subprocess
 from dataclasses import dataclass
 from typing import Iterable, Sequence
 
-ENTERPRISE_ARC = 32473
+# The enterprise arc the agent was built with: CMake passes VELORA_ENTERPRISE_ARC to the tests;
+# 32473 is the build's default.
+ENTERPRISE_ARC = int(os.environ.get("VELORA_ENTERPRISE_ARC", "32473"))
 ENTERPRISE = (1, 3, 6, 1, 4, 1, ENTERPRISE_ARC)
 CLASS_MAP_TABLE = ENTERPRISE + (3, 13, 1, 1)
 CLASS_MAP_ENTRY = CLASS_MAP_TABLE + (1,)

@@ -1,0 +1,147 @@
+// The generic table mechanism over a probe table whose key refuses some values in its
+// constructor, the one case no MIB table of the plug-in can produce on demand.
+#include "QosSnmp/SnmpTable.h"
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Cordb/Dir.h"
+#include "Mox/Record.h"
+#include "QosSnmp/MibTable.h"
+#include "QosSnmp/SnmpModule.h"
+#include "QosSnmp/SnmpTableCallbacks.h"
+#include "QosSnmp/TableDriver.h"
+#include "QosSnmp/TableEntry.h"
+#include "QosSnmp/TestAgent.h"
+#include "Quill/Trace.h"
+
+namespace QosSnmp::probe {
+
+// A key whose range is narrower than its field's: 13 is refused.
+struct ProbeIndex : Mox::IndexRecord<ProbeIndex> {
+  static constexpr std::string_view typeName = "QosSnmp::probe::ProbeIndex";
+  static constexpr Mox::HashKind hashKind = Mox::HashKind::none;
+
+  ProbeIndex() = default;
+  explicit ProbeIndex(U32 n) : number(n) {
+    if (n == 13) {
+      throw Quill::RangeException("13 is not a probe number");
+    }
+  }
+
+  U32 number = 0;
+
+  static constexpr auto fields() { return std::tuple{Mox::field("number", &ProbeIndex::number)}; }
+};
+
+class ProbeEntry : public TableEntry<ProbeEntry, ProbeIndex, U32> {
+ public:
+  using TableEntry::TableEntry;
+  static constexpr std::array argNames{"value"};
+  static inline Mox::AllocationTracker memAllocationTracker_{"QosSnmp::probe::ProbeEntry"};
+  U32 value() const noexcept { return arg<0>(); }
+};
+
+class ProbeMib : public Mox::Entity {
+ public:
+  ProbeMib() : Mox::Entity("probe") {}
+  MibTable<ProbeEntry>& probeTableColl() noexcept { return probeTable_; }
+  const MibTable<ProbeEntry>::Map& probeTable() const noexcept { return probeTable_.map(); }
+
+ private:
+  MibTable<ProbeEntry> probeTable_{*this, "QosSnmp::probe::ProbeMib", "probeTable", 1};
+};
+
+struct ProbeTable {
+  using Entity = ProbeMib;
+  using Entry = ProbeEntry;
+  static constexpr const char* name = "probeTable";
+  static constexpr U32 arc = 1;
+  static constexpr const char* modelPath = "test/probe";
+  static constexpr const char* entityType = "QosSnmp::probe::ProbeMib";
+  static const auto& table(const ProbeMib& mib) { return mib.probeTable(); }
+  static constexpr std::tuple indexes = {
+      integerComponent<ProbeIndex, &ProbeIndex::number, Snmp::U32ToAsnUnsignedF,
+                       Snmp::AsnUnsignedToU32>("probeNumber", "number")};
+  static constexpr std::array columns = {
+      integerColumn<ProbeEntry, &ProbeEntry::value>(2, "probeValue", "value")};
+};
+
+SnmpModule probeModule("probeMib", {1, 3, 6, 1, 4, 1, VELORA_ENTERPRISE_ARC, 99}, "probe");
+
+}  // namespace QosSnmp::probe
+
+QOSSNMP_TABLE_CALLBACKS(probeTable, QosSnmp::probe::ProbeTable, QosSnmp::probe::probeModule)
+
+namespace {
+
+using QosSnmp::probe::ProbeIndex;
+using QosSnmp::probe::ProbeMib;
+using QosSnmp::test::Events;
+using QosSnmp::test::Hint;
+using QosSnmp::test::TableDriver;
+
+class SnmpTableTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    QosSnmp::test::ensureAgent();
+    Snmp::CordbUtil::agentRoot()->mount("test/probe", Quill::make<ProbeMib>());
+  }
+  static void TearDownTestSuite() { Snmp::CordbUtil::agentRoot()->unmount("test/probe"); }
+  void SetUp() override {
+    initialize_table_probeTable(Snmp::CordbUtil::getSnmpConfig(), "");
+    driver = std::make_unique<TableDriver>(QosSnmp::probe::probeModule, "probeTable",
+                                           probeTable_handler);
+    Quill::traceSinkIs(
+        [this](std::string_view, int, std::string_view text) { traces.emplace_back(text); });
+    Quill::traceSpecIs("QosSnmp/0-2");
+  }
+  void TearDown() override {
+    Quill::traceSpecIs("");
+    Quill::traceSinkIs({});
+    driver.reset();
+    Mib().probeTableColl().delAll();
+    QosSnmp::probe::probeModule.unregister("");
+  }
+  static ProbeMib& Mib() {
+    return static_cast<ProbeMib&>(*Snmp::CordbUtil::getEntityRelative("test/probe"));
+  }
+  bool Traced(const std::string& text) const {
+    return std::find(traces.begin(), traces.end(), text) != traces.end();
+  }
+
+  std::unique_ptr<TableDriver> driver;
+  std::vector<std::string> traces;
+};
+
+TEST_F(SnmpTableTest, HintWhoseKeyRefusesItsValueWalksFromTheFirstRow) {
+  Mib().probeTableColl().is(ProbeIndex(7), 70U);
+  Mib().probeTableColl().is(ProbeIndex(20), 200U);
+  Events before = driver->events();
+  Hint refused;
+  EXPECT_EQ(driver->first(&refused.integer(13)), "7");
+  EXPECT_TRUE(Traced("hint component probeNumber is '13'"));
+  EXPECT_TRUE(
+      Traced("Bad hint for probeTable: QosSnmp::probe::ProbeIndex ctor threw exception: "
+             "13 is not a probe number"));
+  EXPECT_EQ(driver->eventsSince(before), (Events{0, 0, 1, 0, 0, 0}));
+
+  Hint accepted;
+  EXPECT_EQ(driver->first(&accepted.integer(20)), "20");
+  EXPECT_EQ(driver->get({2}), SNMP_ERR_NOERROR);
+  EXPECT_EQ(driver->answer(0).integer, 200);
+}
+
+TEST_F(SnmpTableTest, NegativeIntegerHintIsOutOfRangeForAnUnsignedComponent) {
+  Mib().probeTableColl().is(ProbeIndex(7), 70U);
+  Hint negative;
+  EXPECT_EQ(driver->first(&negative.integer(-1)), "7");
+  EXPECT_TRUE(
+      Traced("hint for index probeNumber of probeTable is out of range! value too big for U32"));
+}
+
+}  // namespace
