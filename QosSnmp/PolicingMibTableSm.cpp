@@ -1,0 +1,99 @@
+#include "QosSnmp/PolicingMibTableSm.h"
+
+#include "QosSnmp/IndexText.h"
+#include "Quill/Assert.h"
+#include "Quill/Format.h"
+
+namespace QosSnmp {
+
+namespace Flume {
+
+template <typename D>
+PolicingTableSm<D>::PolicingTableSm(Quill::Ptr<PolicingMib> policingMib,
+                                    Quill::Ptr<Qos::Status const> qosStatus,
+                                    const Rivo::SmControl& flumeControl)
+    : TableSmBase(D::smClass, "PolicingMibTableSm", flumeControl, {D::stream}),
+      policingMib_(std::move(policingMib)),
+      qosStatus_(std::move(qosStatus)) {
+  if (policingMib_) {
+    output_ = std::make_unique<MibTableOutput<Table>>(*this, D::output, D::tableOf(*policingMib_));
+    outputAdd(*output_);
+  }
+  handleInitialized();
+}
+
+template <typename D>
+PolicingTableSm<D>::~PolicingTableSm() = default;
+
+template <typename D>
+void PolicingTableSm<D>::assertArgs() const {
+  QUILL_ASSERT(policingMib() && "Pointer SM args cannot be null unless they are marked Optional");
+  QUILL_ASSERT(qosStatus() && "Pointer SM args cannot be null unless they are marked Optional");
+}
+
+template <typename D>
+void PolicingTableSm<D>::createChildren() {
+  typename QosStatusSm::Decl decl{
+      D::childClass,
+      D::nestedClass,
+      0,
+      0,
+      Qos::Status::policingStatusAttr,
+      [](const Qos::Status& s) { return s.policingStatus(); },
+      [](const Qos::PolicingStatus& s) -> const Map& { return D::collOf(s); },
+      D::coll,
+  };
+  qosStatusSm_ = std::make_unique<QosStatusSm>(
+      *this, qosStatus_, std::move(decl),
+      [this](const InterfacePolicing::PolicerName& name, const std::optional<ValuePtr>& value) {
+        eventToStream(name, value);
+      });
+  childAdd(qosStatusSm_.get());
+}
+
+template <typename D>
+void PolicingTableSm<D>::eventToStream(const InterfacePolicing::PolicerName& name,
+                                       const std::optional<ValuePtr>& valueOpt) {
+  if (!initialScanDone()) {
+    return;  // the first scan pass only builds the children
+  }
+  QTRACE(trace(), 7, "{}: {} = from( qosStatus.policingStatus.{}[] ): {}={} {}={}", smClass(),
+         D::stream, D::coll, D::keyName, name, D::valueName, valueOpt);
+  typename D::Index tableIndex(Snmp::String(name.str()));
+  output_->seenIs(tableIndex);
+  Table& table = output_->table();
+  if (!valueOpt) {
+    QTRACE(trace(), 7, "{}: into( policingMib.{}[ tableIndex ] ): deleting k1={}", smClass(),
+           D::table, indexText(tableIndex));
+    table.del(tableIndex);
+    return;
+  }
+  QTRACE(trace(), 7, "{}: into( policingMib.{}[ tableIndex ] ): inserting k1={}, value={}",
+         smClass(), D::table, indexText(tableIndex),
+         fmt::format("({}, {})", indexText(tableIndex), *valueOpt));
+  if (auto row = table.map().find(tableIndex); row && D::refOf(*row) != *valueOpt) {
+    table.del(tableIndex);  // a replaced status object gets a fresh row
+  }
+  table.is(tableIndex, *valueOpt);
+}
+
+template class PolicingTableSm<PolicingProfileDecl>;
+template class PolicingTableSm<PolicerInstanceDecl>;
+
+}  // namespace Flume
+
+Quill::Ptr<PolicingProfileTableSm> policingProfileTableSmFactory(
+    Quill::Ptr<PolicingMib> policingMib, Quill::Ptr<Qos::Status const> qosStatus,
+    const Rivo::SmControl& flumeControl) {
+  return Quill::make<PolicingProfileTableSm>(std::move(policingMib), std::move(qosStatus),
+                                             flumeControl);
+}
+
+Quill::Ptr<PolicerInstanceTableSm> policerInstanceTableSmFactory(
+    Quill::Ptr<PolicingMib> policingMib, Quill::Ptr<Qos::Status const> qosStatus,
+    const Rivo::SmControl& flumeControl) {
+  return Quill::make<PolicerInstanceTableSm>(std::move(policingMib), std::move(qosStatus),
+                                             flumeControl);
+}
+
+}  // namespace QosSnmp

@@ -1,0 +1,306 @@
+#include "QosSnmp/TableSm.h"
+
+#include "QosSnmp/TableSmOutputs.h"
+
+#include <map>
+
+#include "Quill/Assert.h"
+
+namespace QosSnmp::Flume {
+
+namespace {
+
+// The process-wide trace handle of a Sm family, created on first use.
+Quill::TraceHandle& familyTrace(const std::string& family) {
+  static std::map<std::string, std::unique_ptr<Quill::TraceHandle>> handles;
+  auto& handle = handles[family];
+  if (!handle) {
+    handle = std::make_unique<Quill::TraceHandle>(family);
+  }
+  return *handle;
+}
+
+}  // namespace
+
+// --- InputSmScanState, OutputState ---
+
+InputSmScanState::InputSmScanState(std::vector<std::string> streams)
+    : names_(std::move(streams)), scans_(names_.size(), false) {}
+
+void InputSmScanState::streamScanIs(size_t stream, bool scan) {
+  if (scans_.at(stream) != scan) {
+    scans_[stream] = scan;
+    changes_.publish();
+  }
+}
+
+void InputSmScanState::idleIs(bool idle) {
+  if (idle_ != idle) {
+    idle_ = idle;
+    changes_.publish();
+  }
+}
+
+void OutputState::outputReadyIs(size_t output, bool ready) {
+  if (outputReady_.at(output) == ready) {
+    return;
+  }
+  outputReady_[output] = ready;
+  changes_.publish();
+  handleReady();
+}
+
+void OutputState::handleReady() {
+  bool all = true;
+  for (bool r : outputReady_) {
+    all = all && r;
+  }
+  if (all != ready_) {
+    ready_ = all;
+    changes_.publish();
+  }
+}
+
+// --- TopChildSm ---
+
+TopChildSm::TopChildSm(TableSmBase& root, std::string childClass, unsigned taskNumber,
+                       size_t stream)
+    : root_(root), childClass_(std::move(childClass)), taskNumber_(taskNumber), stream_(stream) {
+  doInitializeTask();
+}
+
+TopChildSm::~TopChildSm() {
+  if (task_) {
+    task_->cancel();
+  }
+}
+
+void TopChildSm::doInitializeTask() {
+  if (root_.synchronous() || task_) {
+    return;
+  }
+  std::string name =
+      fmt::format("QosSnmp::{}-{}InputScanTask{}", root_.smClass(), childClass_, taskNumber_);
+  task_ = root_.scheduler().taskIs(std::move(name), root_.flumeControl().priority,
+                                   [this] { taskDispatch(); });
+}
+
+void TopChildSm::rescanIs() {
+  state_ = InputScanState::scanNotStarted;
+  doInitializeTask();
+}
+
+bool TopChildSm::inTask() const {
+  return task_ && task_->taskCurrentlyRunning();
+}
+
+bool TopChildSm::shouldYield() const {
+  return inTask() && task_->taskShouldYield();
+}
+
+std::string TopChildSm::label() const {
+  return root_.initialScanDone() ? childClass_ : childClass_ + " initial";
+}
+
+void TopChildSm::doInputScan() {
+  if (!hasNotificationActive()) {
+    return;
+  }
+  if (!root_.synchronous() && task_) {
+    task_->scheduleTask();
+    return;
+  }
+  size_t handled = 0;
+  doInputScan0(handled);
+}
+
+void TopChildSm::taskDispatch() {
+  Quill::Ptr<Dovo::Task> task = task_;  // the scan may drop the task when it completes
+  size_t handled = 0;
+  if (!doInputScan0(handled) && task == task_) {
+    task->taskWorkCountInc(handled);
+    task->taskWorkPendingIs(true);
+    task->scheduleTask();
+  } else if (task) {
+    task->taskWorkCountInc(handled);
+    task->taskWorkPendingIs(false);
+  }
+}
+
+bool TopChildSm::doInputScan0(size_t& handled) {
+  if (!hasNotificationActive()) {
+    return true;
+  }
+  if (state_ == InputScanState::scanComplete) {
+    return true;
+  }
+  if (state_ == InputScanState::scanCompleteInitial && !root_.initialScanDone()) {
+    return true;
+  }
+  QTRACE(root_.trace(), 9, "{}: {}::doInputScan0", root_.smClass(), childClass_);
+  if (!scanStream(handled)) {
+    state_ = InputScanState::scanInProgress;
+    return false;
+  }
+  const std::string done = label();
+  if (root_.initialScanDone()) {
+    state_ = InputScanState::scanComplete;
+    if (task_) {
+      task_->cancel();  // the scan task is not needed any more
+      task_ = nullptr;
+    }
+  } else {
+    state_ = InputScanState::scanCompleteInitial;
+  }
+  // Publishing the stream's completion may start the next pass, inline in synchronous mode.
+  root_.inputSmScanState().streamScanIs(stream_, true);
+  QTRACE(root_.trace(), 9, "{}: {} scan, and parent scan, complete.", root_.smClass(), done);
+  return true;
+}
+
+// --- TableSmBase ---
+
+TableSmBase::TableSmBase(std::string smClass, const std::string& family,
+                         const Rivo::SmControl& flumeControl, std::vector<std::string> streams)
+    : smClass_(std::move(smClass)), flumeControl_(flumeControl), streamNames_(std::move(streams)) {
+  if (flumeControl_.traceName.empty()) {
+    trace_ = &familyTrace(family);
+  } else {
+    ownTrace_ = std::make_unique<Quill::TraceHandle>(flumeControl_.traceName);
+    trace_ = ownTrace_.get();
+  }
+}
+
+TableSmBase::~TableSmBase() = default;
+
+void TableSmBase::outputAdd(OutputBase& output) {
+  output.index_ = outputs_.size();
+  outputs_.push_back(&output);
+}
+
+void TableSmBase::childAdd(TopChildSm* child) {
+  children_.push_back(child);
+}
+
+void TableSmBase::handleInitialized() {
+  if (initialized_) {
+    return;
+  }
+  QTRACE(trace(), 8, "{}: handleInitialized", smClass_);
+  if (flumeControl_.synchronousMode == 1) {
+    synchronous_ = true;
+  } else if (flumeControl_.synchronousMode == 2) {
+    synchronous_ = false;
+  }
+  inputSmScanState_ = Quill::make<InputSmScanState>(streamNames_);
+  scanStateSubscription_ =
+      inputSmScanState_->changes().subscribe([this] { inputSmScanStateDispatch(); });
+  outputState_ = Quill::make<OutputState>(outputs_.size());
+  outputStateSubscription_ = outputState_->changes().subscribe([this] { readinessCheck(); });
+  if (!synchronous_) {
+    scheduler_ = flumeControl_.scheduler ? flumeControl_.scheduler
+                                         : Dovo::TaskSchedulerRoot::findOrCreateScheduler();
+  }
+  assertArgs();
+  for (OutputBase* output : outputs_) {
+    output->initialize();
+  }
+  QTRACE(trace(), 9, "{}: create local SMs", smClass_);
+  createLocalStores();
+  QTRACE(trace(), 9, "{}: create non-public arg SMs", smClass_);
+  createChildren();
+  QTRACE(trace(), 9, "{}: initialized", smClass_);
+  initialized_ = true;
+  // In synchronous mode the scans have already run; let the outputs finish now.
+  inputSmScanStateDispatch();
+}
+
+void TableSmBase::inputSmScanStateDispatch() {
+  handleInitialScanDone();
+  for (OutputBase* output : outputs_) {
+    output->handleInputReady();
+  }
+  readinessCheck();
+}
+
+void TableSmBase::handleInitialScanDone() {
+  if (initialScanDone_ || !initialized_) {
+    return;  // handleInitialized runs it once the children exist
+  }
+  for (size_t s = 0; s < inputSmScanState_->streams(); ++s) {
+    if (!inputSmScanState_->streamScan(s)) {
+      QTRACE(trace(), 9, "{}:  {} scan is false", smClass_, inputSmScanState_->streamName(s));
+      return;
+    }
+  }
+  if (children_.size() < streamNames_.size()) {
+    QTRACE(trace(), 9, "{}: Initial scan yielding for child SM {}.", smClass_, smClass_);
+    return;
+  }
+  QTRACE(trace(), 9, "{}: Initial scan done for child SMs. Now scanning with events triggered.",
+         smClass_);
+  initialScanDone_ = true;
+  for (size_t s = 0; s < inputSmScanState_->streams(); ++s) {
+    inputSmScanState_->streamScanIs(s, false);
+  }
+  for (TopChildSm* child : children_) {
+    if (child->hasNotificationActive()) {
+      child->doInputScan();
+    }
+  }
+  if (!inputSmScanState_->idle()) {
+    inputSmScanState_->idleIs(true);
+  }
+  for (OutputBase* output : outputs_) {
+    output->handleInputReady();
+  }
+}
+
+void TableSmBase::readinessCheck() {
+  bool isReady = ready();
+  bool isIdle = idle();
+  if (isReady != wasReady_ || isIdle != wasIdle_) {
+    wasReady_ = isReady;
+    wasIdle_ = isIdle;
+    QTRACE(trace(), 9, "{}: ready: {} idle: {}", smClass_, isReady, isIdle);
+    readinessChanges_.publish();
+  }
+}
+
+void TableSmBase::doDeleteAll() {
+  QTRACE(trace(), 9, "{}: doDeleteAll", smClass_);
+  for (TopChildSm* child : children_) {
+    child->doDeleteAll();
+  }
+}
+
+// --- StoreOutput (declared in TableSmOutputs.h) ---
+
+void StoreOutput::handleInputReady() {
+  if (!root_.initialized()) {
+    return;
+  }
+  if (root_.outputState().outputReady(index_)) {
+    QTRACE(root_.trace(), 9, "{}:  already ready, not reconciling.", root_.smClass());
+    return;
+  }
+  for (size_t s = 0; s < root_.inputSmScanState().streams(); ++s) {
+    if (!root_.inputSmScanState().streamScan(s)) {
+      return;
+    }
+  }
+  if (!root_.initialScanDone()) {
+    return;
+  }
+  QTRACE(root_.trace(), 9, "{}: Input scans for {} complete", root_.smClass(), name_);
+  root_.outputState().outputReadyIs(index_, true);
+}
+
+[[noreturn]] void missedNotifications(const std::string& collName) {
+  std::string text = fmt::format(
+      "We missed notifications that happened to {} before the enclosing entity got deleted",
+      collName);
+  Quill::assertionFailed(text.c_str(), __FILE__, __LINE__, __func__);
+}
+
+}  // namespace QosSnmp::Flume

@@ -1,0 +1,293 @@
+// The inputs of a table Sm (see TableSm.h): the scan of a watched collection and the two kinds
+// of top-level child that own such scans.
+//
+//  - CollScan<Map>: scans one Mox::WatchedMap, bookmarked and yielding, and forwards every key
+//    it handles (in a scan, or from the collection's change notification) as an event
+//    (key, value or nothing). Its doDeleteAll sends "nothing" for every key.
+//  - CollChildSm<Entity, Map>: a top-level child whose entity holds the watched collection
+//    itself (IfMibSm2 on ifMib.ifIndexByIntfId).
+//  - AttrChildSm<Entity, Nested, Map>: a top-level child whose entity holds, in an attribute,
+//    the nested entity whose collection is watched (QosStatusSm0 on qosStatus.policingStatus,
+//    with the nested PolicingStatusSm1 on its profile collection). A change of the attribute
+//    withdraws everything the old nested entity delivered and scans the new one.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "Mox/WatchedMap.h"
+#include "QosSnmp/TableSm.h"
+#include "Quill/Assert.h"
+
+namespace QosSnmp::Flume {
+
+// The 23-bit version of a watched collection: bits 8 to 30 of its header word.
+inline U32 collVersion(U32 header) noexcept {
+  return (header >> 8) & 0x7fffff;
+}
+
+template <typename Map>
+class CollScan : public Rivo::Gen::InputStateMachine {
+ public:
+  using Key = typename Map::key_type;
+  using Value = typename Map::mapped_type;
+  using Deliver = std::function<void(const Key&, const std::optional<Value>&)>;
+
+  // label: the child's class name ("PolicingStatusSm1"); collName: the collection's attribute
+  // name ("profile"); owner: the top-level child whose task runs the scan.
+  CollScan(TableSmBase& root, TopChildSm& owner, const Map& map, std::string label,
+           std::string collName, Deliver deliver)
+      : root_(root),
+        owner_(owner),
+        map_(map),
+        label_(std::move(label)),
+        collName_(std::move(collName)),
+        deliver_(std::move(deliver)) {
+    hasNotificationActiveIs(true);
+  }
+
+  InputScanState inputScanState() const noexcept { return state_; }
+  U32 version() const noexcept { return version_; }
+  const std::string& label() const noexcept { return label_; }
+
+  void hasNotificationActiveIs(bool active) override {
+    Rivo::Gen::InputStateMachine::hasNotificationActiveIs(active);
+    if (!active) {
+      subscription_.reset();
+    } else if (!subscribed_) {
+      subscription_ = map_.changes().subscribe([this](const Key& key) { handleReactor(key); });
+    }
+    subscribed_ = active;
+  }
+
+  // One run of the scan (doInputScanN). Adds the keys handled to `handled`; true when the
+  // scan is complete, false when it yielded at a bookmark.
+  bool doInputScan(size_t& handled) {
+    if (!hasNotificationActive() || state_ == InputScanState::scanComplete) {
+      return true;
+    }
+    if (state_ == InputScanState::scanCompleteInitial && !root_.initialScanDone()) {
+      return true;
+    }
+    QTRACE(root_.trace(), 9, "{}: {}::doInputScan0", root_.smClass(), label_);
+    auto it = state_ == InputScanState::scanInProgress ? map_.resumeAt(*bookmark_) : map_.begin();
+    size_t count = 0;
+    while (it != map_.end()) {
+      const Key key = it->first;
+      ++it;
+      handle(key);
+      ++count;
+      if (it != map_.end() && owner_.shouldYield()) {
+        QTRACE(root_.trace(), 8, "{}: {} {} yielding after {} iterations ({} total items)",
+               root_.smClass(), "", label_, count, map_.size());
+        state_ = InputScanState::scanInProgress;
+        bookmark_ = it->first;
+        version_ = collVersion(map_.header());
+        handled += count;
+        return false;
+      }
+    }
+    handled += count;
+    version_ = collVersion(map_.header());
+    const std::string done = root_.initialScanDone() ? label_ : label_ + " initial";
+    state_ = root_.initialScanDone() ? InputScanState::scanComplete
+                                     : InputScanState::scanCompleteInitial;
+    bookmark_.reset();
+    QTRACE(root_.trace(), 9, "{}: {} scan complete. Processed {} children. ", root_.smClass(), done,
+           count);
+    return true;
+  }
+
+  // handle<Coll>N: forwards the key and its current value (or nothing) as an event.
+  void handle(const Key& key) {
+    if (!hasNotificationActive()) {
+      return;
+    }
+    QTRACE(root_.trace(), 8, "{}: k: {}", root_.smClass(), key);
+    version_ = collVersion(map_.header());
+    const Value* value = map_.find(key);
+    std::optional<Value> valueOpt;
+    if (value && present(*value)) {
+      valueOpt = *value;
+    }
+    deliver_(key, valueOpt);
+  }
+
+  // handle<Coll>NReactor: handle() for a change notification, marked as in a reactor.
+  void handleReactor(const Key& key) {
+    Rivo::Gen::InReactor inReactor(*this);
+    handle(key);
+  }
+
+  // Withdraws every event delivered: "nothing" for every key the collection still holds.
+  void doDeleteAll() {
+    QTRACE(root_.trace(), 9, "{}: {}::doDeleteAll", root_.smClass(), label_);
+    if (!root_.initialScanDone()) {
+      return;  // nothing was delivered yet
+    }
+    if (collVersion(map_.header()) != version_) {
+      missedNotifications(collName_);
+    }
+    for (auto it = map_.begin(); it != map_.end(); ++it) {
+      deliver_(it->first, std::nullopt);
+    }
+  }
+
+ private:
+  template <typename V>
+  static bool present(const V& v) {
+    if constexpr (requires { static_cast<bool>(v); }) {
+      return static_cast<bool>(v);
+    } else {
+      return true;
+    }
+  }
+
+  TableSmBase& root_;
+  TopChildSm& owner_;
+  const Map& map_;
+  std::string label_;
+  std::string collName_;
+  Deliver deliver_;
+  InputScanState state_ = InputScanState::scanNotStarted;
+  std::optional<Key> bookmark_;
+  U32 version_ = 0;
+  bool subscribed_ = false;
+  typename Quill::Publisher<Key>::Subscription subscription_;
+};
+
+// A top-level child watching a collection of its own entity.
+template <typename Entity, typename Map>
+class CollChildSm : public TopChildSm {
+ public:
+  using Deliver = typename CollScan<Map>::Deliver;
+  using CollOf = const Map& (*)(const Entity&);
+
+  CollChildSm(TableSmBase& root, Quill::Ptr<Entity const> entity, std::string childClass,
+              unsigned taskNumber, size_t stream, CollOf collOf, std::string collName,
+              Deliver deliver)
+      : TopChildSm(root, childClass, taskNumber, stream), entity_(std::move(entity)) {
+    QUILL_ASSERT(entity_ &&
+                 "Sm args can only be null if marked as Optional in the SM type declaration");
+    scan_.emplace(root, *this, collOf(*entity_), childClass, std::move(collName),
+                  std::move(deliver));
+    hasNotificationActiveIs(true);
+    doInputScan();
+  }
+
+  const CollScan<Map>& scan() const { return *scan_; }
+  void hasNotificationActiveIs(bool active) override {
+    TopChildSm::hasNotificationActiveIs(active);
+    if (scan_) {
+      scan_->hasNotificationActiveIs(active);
+    }
+  }
+  void doDeleteAll() override { scan_->doDeleteAll(); }
+
+ protected:
+  bool scanStream(size_t& handled) override { return scan_->doInputScan(handled); }
+
+ private:
+  Quill::Ptr<Entity const> entity_;
+  std::optional<CollScan<Map>> scan_;
+};
+
+// A top-level child watching an attribute of its entity that holds the nested entity whose
+// collection is watched.
+template <typename Entity, typename Nested, typename Map>
+class AttrChildSm : public TopChildSm {
+ public:
+  using Deliver = typename CollScan<Map>::Deliver;
+  using NestedOf = Quill::Ptr<Nested const> (*)(const Entity&);
+  using CollOf = const Map& (*)(const Nested&);
+
+  struct Decl {
+    std::string childClass;   // "QosStatusSm0"
+    std::string nestedClass;  // "PolicingStatusSm1"
+    unsigned taskNumber;
+    size_t stream;
+    U32 attr;           // the attribute id of the nested entity
+    NestedOf nestedOf;  // reads the attribute
+    CollOf collOf;      // the nested entity's watched collection
+    std::string collName;
+  };
+
+  AttrChildSm(TableSmBase& root, Quill::Ptr<Entity const> entity, Decl decl, Deliver deliver)
+      : TopChildSm(root, decl.childClass, decl.taskNumber, decl.stream),
+        entity_(std::move(entity)),
+        decl_(std::move(decl)),
+        deliver_(std::move(deliver)) {
+    QUILL_ASSERT(entity_ &&
+                 "Sm args can only be null if marked as Optional in the SM type declaration");
+    hasNotificationActiveIs(true);
+    doInputScan();
+  }
+
+  // The nested child's scan, or null while the attribute is null.
+  const CollScan<Map>* nested() const { return nested_ ? &*nested_ : nullptr; }
+
+  void hasNotificationActiveIs(bool active) override {
+    TopChildSm::hasNotificationActiveIs(active);
+    if (!active) {
+      subscription_.reset();
+    } else {
+      subscription_ = entity_->changes().subscribe([this](U32 attr) {
+        if (attr == decl_.attr) {
+          handleNestedChange();
+        }
+      });
+    }
+  }
+
+  void doDeleteAll() override {
+    if (nested_) {
+      nested_->doDeleteAll();
+    }
+  }
+
+ protected:
+  bool scanStream(size_t& handled) override {
+    refreshNested();
+    return nested_ ? nested_->doInputScan(handled) : true;
+  }
+
+ private:
+  // handle<Attr>0: the attribute changed; withdraw the old nested entity's events and scan the
+  // new one.
+  void handleNestedChange() {
+    Rivo::Gen::InReactor inReactor(*this);
+    if (refreshNested()) {
+      rescanIs();
+      doInputScan();
+    }
+  }
+
+  // Creates, replaces or deletes the nested child to match the attribute; true on a change.
+  bool refreshNested() {
+    Quill::Ptr<Nested const> current = decl_.nestedOf(*entity_);
+    if (current == nestedEntity_) {
+      return false;
+    }
+    if (nested_) {
+      nested_->hasNotificationActiveIs(false);
+      nested_->doDeleteAll();
+      nested_.reset();
+    }
+    nestedEntity_ = current;
+    if (nestedEntity_) {
+      nested_.emplace(root_, *this, decl_.collOf(*nestedEntity_), decl_.nestedClass, decl_.collName,
+                      deliver_);
+    }
+    return true;
+  }
+
+  Quill::Ptr<Entity const> entity_;
+  Decl decl_;
+  Deliver deliver_;
+  Quill::Ptr<Nested const> nestedEntity_;
+  std::optional<CollScan<Map>> nested_;
+  Quill::Publisher<U32>::Subscription subscription_;
+};
+
+}  // namespace QosSnmp::Flume
