@@ -137,7 +137,7 @@ class CollScan : public Rivo::Gen::InputStateMachine {
  private:
   template <typename V>
   static bool present(const V& v) {
-    if constexpr (requires { static_cast<bool>(v); }) {
+    if constexpr (requires { v.get(); }) {
       return static_cast<bool>(v);
     } else {
       return true;
@@ -176,6 +176,7 @@ class CollChildSm : public TopChildSm {
     doInputScan();
   }
 
+  const Quill::Ptr<Entity const>& en() const noexcept { return entity_; }
   const CollScan<Map>& scan() const { return *scan_; }
   void hasNotificationActiveIs(bool active) override {
     TopChildSm::hasNotificationActiveIs(active);
@@ -224,6 +225,7 @@ class AttrChildSm : public TopChildSm {
     doInputScan();
   }
 
+  const Quill::Ptr<Entity const>& en() const noexcept { return entity_; }
   // The nested child's scan, or null while the attribute is null.
   const CollScan<Map>* nested() const { return nested_ ? &*nested_ : nullptr; }
 

@@ -1,0 +1,206 @@
+#include "QosSnmp/IfPolicerMibTableSm.h"
+
+#include "Quill/Assert.h"
+#include "Quill/Format.h"
+
+namespace QosSnmp {
+
+namespace Flume {
+
+namespace {
+
+constexpr const char* storeOutputName = "intfToPolicingStatsCollIntfPolicerInfoStatusCollOutput";
+constexpr const char* storeInto =
+    "into( intfToPolicingStatsColl[ intfId ].intfPolicerInfoStatusColl[ memId ] )";
+
+std::string collText(const Quill::Ptr<IntfPolicerInfoStatusColl>& coll) {
+  return coll ? fmt::format("IntfPolicerInfoStatusColl({} members)",
+                            coll->intfPolicerInfoStatusColl().size())
+              : std::string("null");
+}
+
+}  // namespace
+
+// --- LocalAttrStore ---
+
+Quill::Ptr<IntfPolicerInfoStatusColl> LocalAttrStore::intfToPolicingStatsColl(
+    Linko::IntfId intfId) const {
+  auto it = records_.find(intfId);
+  return it == records_.end() ? nullptr : it->second;
+}
+
+Quill::Ptr<IntfPolicerInfoStatusColl> LocalAttrStore::intfToPolicingStatsCollIs(
+    Linko::IntfId intfId) {
+  auto& value = records_[intfId];
+  if (!value) {
+    value = IntfPolicerInfoStatusCollIs();
+  }
+  return value;
+}
+
+void LocalAttrStore::intfToPolicingStatsCollDel(Linko::IntfId intfId) {
+  records_.erase(intfId);
+}
+
+// --- IfPolicerStatsTableSm ---
+
+template <typename D>
+IfPolicerStatsTableSm<D>::IfPolicerStatsTableSm(Quill::Ptr<IfPolicerMib> ifPolicerMib,
+                                                Quill::Ptr<Qos::Status const> qosStatus,
+                                                Quill::Ptr<Qos::AclHwStatus const> aclHwStatus,
+                                                Quill::Ptr<IntfSnmp::IfMib const> ifMib,
+                                                const Rivo::SmControl& flumeControl)
+    : TableSmBase(D::smClass, "IfPolicerMibTableSm", flumeControl,
+                  {"ifMibStream", "ifPolicerStream"}),
+      ifPolicerMib_(std::move(ifPolicerMib)),
+      qosStatus_(std::move(qosStatus)),
+      aclHwStatus_(std::move(aclHwStatus)),
+      ifMib_(std::move(ifMib)),
+      storeOutput_(*this, storeOutputName) {
+  outputAdd(storeOutput_);
+  if (ifPolicerMib_) {
+    tableOutput_ =
+        std::make_unique<MibTableOutput<Table>>(*this, D::output, D::tableOf(*ifPolicerMib_));
+    outputAdd(*tableOutput_);
+  }
+  handleInitialized();
+}
+
+template <typename D>
+IfPolicerStatsTableSm<D>::~IfPolicerStatsTableSm() = default;
+
+template <typename D>
+void IfPolicerStatsTableSm<D>::assertArgs() const {
+  QUILL_ASSERT(ifPolicerMib() && "Pointer SM args cannot be null unless they are marked Optional");
+  QUILL_ASSERT(qosStatus() && "Pointer SM args cannot be null unless they are marked Optional");
+  QUILL_ASSERT(aclHwStatus() && "Pointer SM args cannot be null unless they are marked Optional");
+  QUILL_ASSERT(ifMib() && "Pointer SM args cannot be null unless they are marked Optional");
+}
+
+template <typename D>
+void IfPolicerStatsTableSm<D>::createLocalStores() {
+  store_.intfToPolicingStatsCollDelAll();
+}
+
+template <typename D>
+void IfPolicerStatsTableSm<D>::createChildren() {
+  typename QosStatusSm::Decl decl{
+      D::qosStatusChild,
+      D::policingStatusChild,
+      0,
+      1,  // the ifPolicerStream
+      Qos::Status::policingStatusAttr,
+      [](const Qos::Status& s) { return s.policingStatus(); },
+      [](const Qos::PolicingStatus& s) -> const PolicerMap& { return D::collOf(s); },
+      D::coll,
+  };
+  qosStatusSm_ = std::make_unique<QosStatusSm>(
+      *this, qosStatus_, std::move(decl),
+      [this](const Qos::IntfPairKey& key, const std::optional<StatusPtr>& status) {
+        eventToIfPolicerStream(key, status);
+      });
+  childAdd(qosStatusSm_.get());
+  ifMibSm_ = std::make_unique<IfMibSm>(
+      *this, ifMib_, D::ifMibChild, 1, 0,  // the ifMibStream
+      [](const IntfSnmp::IfMib& m) -> const IfIndexMap& { return m.ifIndexByIntfId(); },
+      "ifIndexByIntfId",
+      [this](Linko::IntfId intfId, const std::optional<U32>& ifIndex) {
+        eventToIfMibStream(intfId, ifIndex);
+      });
+  childAdd(ifMibSm_.get());
+}
+
+template <typename D>
+void IfPolicerStatsTableSm<D>::eventToIfPolicerStream(
+    const Qos::IntfPairKey& intfPairKey, const std::optional<StatusPtr>& intfPolicerInfoStatusOpt) {
+  if (!initialScanDone()) {
+    return;
+  }
+  QTRACE(trace(), 7,
+         "{}: ifPolicerStream = from( qosStatus.policingStatus.{}[] ): intfPairKey={} "
+         "intfPolicerInfoStatusOpt={}",
+         smClass(), D::coll, intfPairKey, intfPolicerInfoStatusOpt);
+  const Linko::IntfId intfId = intfPairKey.intfId;
+  const Linko::IntfId memId = intfPairKey.memberId;
+  if (!intfPolicerInfoStatusOpt) {
+    QTRACE(trace(), 7, "{}: {}: deleting k1={}, k2={}", smClass(), storeInto, intfId, memId);
+    if (auto coll = store_.intfToPolicingStatsColl(intfId)) {
+      coll->intfPolicerInfoStatusCollDel(memId);
+      if (coll->intfPolicerInfoStatusColl().empty()) {
+        store_.intfToPolicingStatsCollDel(intfId);
+      }
+    }
+  } else {
+    QTRACE(trace(), 7, "{}: {}: inserting k1={}, k2={}, value={}", smClass(), storeInto, intfId,
+           memId, *intfPolicerInfoStatusOpt);
+    store_.intfToPolicingStatsCollIs(intfId)->intfPolicerInfoStatusCollIs(
+        memId, *intfPolicerInfoStatusOpt);
+  }
+  const U32* ifIndex = ifMib_->ifIndexByIntfId().find(intfId);
+  if (!ifIndex) {
+    QTRACE(trace(), 6, "{}: filter( ifIndexOpt ) failed, terminating pipeline", smClass());
+    return;
+  }
+  intoTable(*ifIndex, intfId);
+}
+
+template <typename D>
+void IfPolicerStatsTableSm<D>::eventToIfMibStream(Linko::IntfId intfId,
+                                                  const std::optional<U32>& ifIndexOpt) {
+  if (!initialScanDone()) {
+    return;
+  }
+  QTRACE(trace(), 7, "{}: ifMibStream = from( ifMib.ifIndexByIntfId[] ): intfId={} ifIndexOpt={}",
+         smClass(), intfId, ifIndexOpt);
+  if (!ifIndexOpt) {
+    // A row written under the interface's earlier ifIndex stays: no event names that index.
+    QTRACE(trace(), 6, "{}: filter( ifIndexOpt ) failed, terminating pipeline", smClass());
+    return;
+  }
+  intoTable(*ifIndexOpt, intfId);
+}
+
+template <typename D>
+void IfPolicerStatsTableSm<D>::intoTable(U32 ifIndex, Linko::IntfId intfId) {
+  tableOutput_->seenIs(ifIndex);
+  Table& table = tableOutput_->table();
+  auto coll = store_.intfToPolicingStatsColl(intfId);
+  if (!coll) {
+    QTRACE(trace(), 7, "{}: into( ifPolicerMib.{}[ ( *ifIndexOpt ) ] ): deleting k1={}", smClass(),
+           D::table, ifIndex);
+    table.del(ifIndex);
+    return;
+  }
+  QTRACE(trace(), 7, "{}: into( ifPolicerMib.{}[ ( *ifIndexOpt ) ] ): inserting k1={}, value={}",
+         smClass(), D::table, ifIndex,
+         fmt::format("({}, {}, {})", ifIndex, collText(coll), aclHwStatus_));
+  if (auto row = table.find(ifIndex); row && row->intfPolicerInfoStatusColl() != coll) {
+    table.del(ifIndex);  // another interface's (or an earlier) collection: a fresh row
+  }
+  table.is(ifIndex, coll, aclHwStatus_);
+}
+
+template class IfPolicerStatsTableSm<IfPolicerInDecl>;
+template class IfPolicerStatsTableSm<IfPolicerOutDecl>;
+
+}  // namespace Flume
+
+Quill::Ptr<IfPolicerInStatsTableSm> ifPolicerInStatsTableSmFactory(
+    Quill::Ptr<IfPolicerMib> ifPolicerMib, Quill::Ptr<Qos::Status const> qosStatus,
+    Quill::Ptr<Qos::AclHwStatus const> aclHwStatus, Quill::Ptr<IntfSnmp::IfMib const> ifMib,
+    const Rivo::SmControl& flumeControl) {
+  return Quill::make<IfPolicerInStatsTableSm>(std::move(ifPolicerMib), std::move(qosStatus),
+                                              std::move(aclHwStatus), std::move(ifMib),
+                                              flumeControl);
+}
+
+Quill::Ptr<IfPolicerOutStatsTableSm> ifPolicerOutStatsTableSmFactory(
+    Quill::Ptr<IfPolicerMib> ifPolicerMib, Quill::Ptr<Qos::Status const> qosStatus,
+    Quill::Ptr<Qos::AclHwStatus const> aclHwStatus, Quill::Ptr<IntfSnmp::IfMib const> ifMib,
+    const Rivo::SmControl& flumeControl) {
+  return Quill::make<IfPolicerOutStatsTableSm>(std::move(ifPolicerMib), std::move(qosStatus),
+                                               std::move(aclHwStatus), std::move(ifMib),
+                                               flumeControl);
+}
+
+}  // namespace QosSnmp
