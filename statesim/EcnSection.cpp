@@ -14,11 +14,9 @@ void readEcnCounters(const Reader& r, const Json& value, const std::string& wher
   const auto& counters = r.array(value, where);
   for (size_t i = 0; i < counters.size(); ++i) {
     JsonObject object(r, counters[i], Reader::pointer(where, i), {"descriptor", "entity", "count"});
-    const std::string& descriptor = object.string("descriptor");
-    if (descriptor.empty() || descriptor.size() > maxEcnDescriptorLength) {
-      r.fail(object.at("descriptor"), fmt::format("a descriptor is 1 to {} bytes long, not {}",
-                                                  maxEcnDescriptorLength, descriptor.size()));
-    }
+    const std::string& descriptor =
+        r.identifier(object.required("descriptor"), object.at("descriptor"), "descriptor",
+                     maxEcnDescriptorLength);
     EcnCounterState counter;
     counter.entity = static_cast<U32>(object.number("entity", maxEntity, 0));
     counter.count = object.number("count", UINT64_MAX, 0);

@@ -15,8 +15,10 @@
 // error and not a silently missing row. parseState() and readStateFile() validate everything,
 // including the references between sections (a policy map class names an existing class map, a
 // service policy an existing interface and policy map, ...), so applying a State never fails on
-// its content. Errors are StateFileError: the file, where in it (line and column for malformed
-// JSON, a JSON pointer such as "/classMaps/2/type" for a bad field) and what is wrong.
+// its content. The text is UTF-8 JSON without a byte-order mark, and no object names a member
+// twice (JsonDocument.h). Errors are StateFileError: the file, where in it (line and column for
+// malformed JSON, a JSON pointer such as "/classMaps/2/type" for a bad field) and what is wrong,
+// quoting no more than a short excerpt of the file (Excerpt.h).
 #pragma once
 
 #include <map>
@@ -205,7 +207,7 @@ class StateFileError : public std::runtime_error {
   // what() is "<file>: <where>: <message>".
   StateFileError(std::string file, std::string where, const std::string& message);
   const std::string& file() const noexcept { return file_; }
-  // "line L, column C" or a JSON pointer.
+  // "line L, column C", a JSON pointer, or "open" or "read" for a file that cannot be read.
   const std::string& where() const noexcept { return where_; }
 
  private:
@@ -215,7 +217,8 @@ class StateFileError : public std::runtime_error {
 
 // Parses the text of a state file; `file` names it in errors.
 State parseState(std::string_view text, const std::string& file);
-// Reads and parses the state file at `path`; an unreadable file is a StateFileError too.
+// Reads and parses the state file at `path`; an unreadable file or a directory is a
+// StateFileError too.
 State readStateFile(const std::string& path);
 
 }  // namespace StateSim
