@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "Mox/Singleton.h"
+#include "QosSnmp/AssertionRegex.h"
 #include "QosSnmp/SnmpModule.h"
 #include "QosSnmp/TableDriver.h"
 #include "QosSnmp/TestAgent.h"
@@ -223,6 +224,19 @@ TEST_F(VeloraPolicingMibTest, WalkContinuesAfterARowDeletedUnderIt) {
   EXPECT_EQ(table.next(), "c");
   EXPECT_EQ(table.next(), "bb");
   EXPECT_EQ(table.next(), "");
+}
+
+// The interface policer entity where the policing entity belongs is a configuration fault.
+TEST(VeloraPolicingMibDeathTest, ModelEntityOfAnotherTypeEndsTheAgent) {
+  QosSnmp::test::ensureAgent();
+  EXPECT_DEATH(
+      {
+        Snmp::CordbUtil::agentRoot()->mount("snmp/qos/policingMib",
+                                            QosSnmp::ifPolicerMibFactory("ifPolicerMib"));
+        init_veloraPolicingMib("");
+      },
+      "snmp/qos/policingMib does not appear to be of type QosSnmp::PolicingMib\\.\n(.|\n)*" +
+          QosSnmp::test::assertionRegex("ptr"));
 }
 
 }  // namespace
