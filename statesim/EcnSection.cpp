@@ -36,6 +36,10 @@ void readEcnQueues(const Reader& r, const Json& value, const std::string& where,
     if (!state.interfaces.contains(intf)) {
       r.fail(object.at("interface"), fmt::format("no interface {} in /interfaces", intf.name()));
     }
+    if (!state.interfaces.at(intf).ifIndex) {
+      r.fail(object.at("interface"),
+             fmt::format("{} has no ifIndex, so no QoS MIB row can show its queues", intf.name()));
+    }
     EcnInterfaceState ecn;
     ecn.slice = static_cast<U32>(object.number("slice", UINT32_MAX, 0));
     ecn.useEcnCountersShoal =

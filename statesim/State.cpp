@@ -66,6 +66,9 @@ constexpr std::pair<std::string_view, SectionReader> sections[] = {
     {"classCounters", readClassCounters},
     {"ecnCounters", readEcnCounters},
     {"ecnQueues", readEcnQueues},
+    {"policerProfiles", readPolicerProfiles},
+    {"policerInstances", readPolicerInstances},
+    {"interfacePolicers", readInterfacePolicers},
 };
 
 }  // namespace
@@ -74,9 +77,10 @@ State parseState(std::string_view text, const std::string& file) {
   const Json document = parseDocument(text, file);
   Reader r(file);
   State state;
-  JsonObject top(r, document, "",
-                 {"hardware", "interfaces", "classMaps", "policyMaps", "servicePolicies",
-                  "classCounters", "ecnCounters", "ecnQueues"});
+  JsonObject top(
+      r, document, "",
+      {"hardware", "interfaces", "classMaps", "policyMaps", "servicePolicies", "classCounters",
+       "ecnCounters", "ecnQueues", "policerProfiles", "policerInstances", "interfacePolicers"});
   for (const auto& [name, read] : sections) {
     if (const Json* value = top.member(name)) {
       read(r, *value, top.at(name), state);
