@@ -12,6 +12,7 @@
 
 #include <fmt/format.h>
 
+#include "Dovo/TaskScheduler.h"
 #include "EventLoop.h"
 #include "MibModules.h"
 #include "Options.h"
@@ -19,6 +20,7 @@
 #include "PolicingModels.h"
 #include "ResponseFit.h"
 #include "SnmpAgent.h"
+#include "TableSms.h"
 #include "StatusSource.h"
 
 namespace {
@@ -71,9 +73,15 @@ int serve(const Agent::Options& options) {
   Agent::PolicingModels policing(root);
   Agent::MibModules modules(options.contexts);
   modules.start();
+  // The table Sms fill the policing tables in the scheduler's tasks, between requests.
+  Quill::Ptr<Dovo::TaskScheduler> scheduler = Dovo::TaskSchedulerRoot::findOrCreateScheduler();
+  Agent::TableSms sms(scheduler);
+  sms.start(source, policing);
 
   Agent::EventLoop loop;
   Agent::EventLoop::Callbacks callbacks;
+  callbacks.tasksRunnable = [&scheduler] { return scheduler->runnable(); };
+  callbacks.runTasks = [&scheduler] { scheduler->runFor(scheduler->timeSlice()); };
   callbacks.reload = [&] { reloadState(source, options.state); };
   if (options.live) {
     callbacks.tick = [&source] { source.tick(); };
@@ -82,6 +90,7 @@ int serve(const Agent::Options& options) {
   int signal = loop.run(callbacks);
   snmp_log(LOG_INFO, "qossnmpd: stopping on signal %d\n", signal);
   logResponseFit();
+  sms.stop();
   modules.stop();
   return 0;
 }
