@@ -48,18 +48,12 @@ std::string excerptEnd(std::string_view text) {
   if (text.size() <= maxExcerpt) {
     return printable(text, true);
   }
-  std::string cut = "...";
-  cut += printable(text.substr(text.size() - maxExcerpt), true);
-  return cut;
+  return "..." + printable(text.substr(text.size() - maxExcerpt), true);
 }
 
 std::string shown(const nlohmann::json& value) {
   if (value.is_string()) {
-    // Appended, not `"\"" + ...`: g++ 12's -O2 warns falsely (-Wrestrict) on that form.
-    std::string quoted = "\"";
-    quoted += excerpt(value.get_ref<const std::string&>());
-    quoted += '"';
-    return quoted;
+    return "\"" + excerpt(value.get_ref<const std::string&>()) + "\"";
   }
   return excerpt(value.dump());
 }
