@@ -44,6 +44,13 @@ COUNTERS = ["pktsDropped", "pktsSent", "bytesDropped", "bytesSent", "yellowPktsS
             "yellowBytesSent"]
 
 
+def counters(base: int) -> dict:
+    """Consistent counts: yellow traffic is a share of what was sent."""
+    scale = {"pktsDropped": 1, "pktsSent": 10, "bytesDropped": 100, "bytesSent": 1000,
+             "yellowPktsSent": 2, "yellowBytesSent": 200}
+    return {name: base * scale[name] for name in COUNTERS}
+
+
 def policing_state(n: int) -> dict:
     units = [("kbps", "bytes"), ("mbps", "kbytes"), ("pps", "packets"), ("bps", "bytes")]
     profiles = []
@@ -66,7 +73,7 @@ def ifpolicer_state(n: int) -> dict:
         for direction in ("input", "output"):
             policers.append({"interface": f"Ethernet{i}", "direction": direction,
                              "profile": f"prof-{i % 50}", "groupPolicer": "gp",
-                             "counters": {c: i + k for k, c in enumerate(COUNTERS)}})
+                             "counters": counters(i)})
     port = plain + 1
     for c in range(1, channels + 1):
         members = [f"Ethernet{port + k}" for k in range(4)]
@@ -78,7 +85,7 @@ def ifpolicer_state(n: int) -> dict:
             for direction in ("input", "output"):
                 policers.append({"interface": f"Port-Channel{c}", "member": m,
                                  "direction": direction, "profile": "prof-lag",
-                                 "counters": {cn: c for cn in COUNTERS}})
+                                 "counters": counters(c)})
     return {"hardware": {"interfacePolicingCountersPerLagMemberCounterInfo": True},
             "interfaces": interfaces, "interfacePolicers": policers}
 
