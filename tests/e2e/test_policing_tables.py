@@ -1,7 +1,7 @@
 """The policing MIB (policing profiles and policer instances) and the interface policer MIB
 (per-interface ingress and egress policer statistics), as an operator polls them: the rows the
 state file describes, edits applied by SIGHUP in the next walk, live counters, port channels
-summed over their members, and the feature toggles that turn the modules' tables off."""
+summed over their members. (The feature toggles: test_policing_mibs.py.)"""
 
 from __future__ import annotations
 
@@ -19,8 +19,6 @@ INSTANCE_TABLE = (*POLICING, 1, 2)
 IF_POLICER = (*ENTERPRISE, 3, 43)
 IN_TABLE = (*IF_POLICER, 1, 1)
 OUT_TABLE = (*IF_POLICER, 1, 2)
-QOS_CLASS_MAP_TABLE = (*ENTERPRISE, 3, 13, 1, 1)
-SYS_OR_ID = (1, 3, 6, 1, 2, 1, 1, 9, 1, 2)
 
 RATE_UNIT = {"bps": 1, "kbps": 2, "mbps": 3, "pps": 4}
 BURST_UNIT = {"packets": 1, "bytes": 2, "kbytes": 3, "mbytes": 4}
@@ -166,18 +164,6 @@ def test_policing_edits_show_in_the_next_walk(policing_agent):
     assert list(rows_of(walk, INSTANCE_TABLE)) == [name_index("pol-core-uplink")]
 
 
-def test_policing_toggle_off_removes_exactly_the_policing_tables(policing_agent, tmp_path):
-    toggles = tmp_path / "toggles"
-    toggles.mkdir()
-    (toggles / "Snmp.json").write_text(json.dumps({"PolicingConfigSnmp": False}))
-    agent = policing_agent(policing_state(), args=["--toggles", str(toggles)])
-    tool = agent.netsnmp()
-    assert tool.bulkwalk(POLICING) == []
-    assert rows_of(tool.bulkwalk(IF_POLICER), IN_TABLE)  # the other modules answer
-    sys_or = [vb.value for vb in tool.walk(SYS_OR_ID)]
-    assert POLICING in sys_or and IF_POLICER in sys_or
-
-
 # --- the interface policer MIB ---
 
 def test_interface_policer_tables_hold_the_state_files_policers(policing_agent):
@@ -234,14 +220,3 @@ def test_interface_policer_counters_grow_under_live(policing_agent):
     later = rows_of(tool.bulkwalk(IN_TABLE), IN_TABLE)[(1000010,)]
     assert later[5] > first[5] and later[7] > first[7]  # packets and bytes sent
     assert all(later[c] >= first[c] for c in range(4, 10))
-
-
-def test_interface_policer_toggle_off_removes_exactly_those_tables(policing_agent, tmp_path):
-    toggles = tmp_path / "toggles"
-    toggles.mkdir()
-    (toggles / "Snmp.json").write_text(json.dumps({"IntfPolicingSnmp": False}))
-    agent = policing_agent(policing_state(), args=["--toggles", str(toggles)])
-    tool = agent.netsnmp()
-    assert tool.bulkwalk(IF_POLICER) == []
-    assert rows_of(tool.bulkwalk(POLICING), PROFILE_TABLE)
-    assert tool.get((*IN_TABLE, 1, 2, 1))[0].type in ("noSuchObject", "noSuchInstance")
