@@ -6,7 +6,8 @@ It starts qossnmpd with the fuzz harness's configuration (fuzz/qossnmpd-fuzz.con
 engine ID, communities and USM users) on examples/default.json, puts a UDP relay in front of it
 and runs snmpget, snmpgetnext, snmpbulkget and snmpset through the relay on every table of the
 QoS MIB (enterprises.E.3.13.1.1 to .11; E from $VELORA_ENTERPRISE_ARC, default 32473), as SNMPv1,
-SNMPv2c and SNMPv3 without authentication, with SHA and with SHA and AES. Each request the
+SNMPv2c and SNMPv3 without authentication, with SHA and with SHA and AES, and a GETBULK whose
+response exceeds the 484 octets its manager accepts. Each request the
 relay passes on is written to a file named after the table, the client and the operation; the
 SNMPv3 discovery probe the tools send first is kept once per security level.
 
@@ -120,6 +121,9 @@ def requests_of(table, inst: str, kind: str):
         ("v2crw", "snmpset", "set", [inst, *value]),
         ("v3noauth", "snmpget", "get", [inst]),
         ("v3auth", "snmpbulkget", "getbulk", ["-Cn1", "-Cr5", dotted(SYS_UPTIME), table_oid]),
+        # A response larger than the manager's message size: the agent cuts it to fit.
+        ("v3noauth", "snmpbulkget", "getbulk-484", ["--sendMessageMaxSize=484", "-Cn0",
+                                                    "-Cr100", table_oid]),
         ("v3priv", "snmpgetnext", "getnext", [table_oid]),
         ("v3auth", "snmpset", "set", [inst, *value]),
     ]
