@@ -223,8 +223,9 @@ def decode_oid(node: Node) -> tuple[int, ...]:
 
 @dataclass(frozen=True)
 class Answer:
-    """An SNMP message the agent sent: its version, PDU tag, request id, error status and
-    index, and varbinds as (OID, value node)."""
+    """An SNMP message the agent sent: its size in octets, version, PDU tag, request id, error
+    status and index, and varbinds as (OID, value node)."""
+    size: int
     version: int
     kind: int
     request_id: int
@@ -260,7 +261,7 @@ def decode_answer(data: bytes) -> Answer:
         if vb.tag != SEQUENCE or len(vb.children) != 2:
             raise Malformed("bad varbind")
         varbinds.append((decode_oid(vb.children[0]), vb.children[1]))
-    return Answer(version, the_pdu.tag, decode_integer(the_pdu.children[0]),
+    return Answer(len(data), version, the_pdu.tag, decode_integer(the_pdu.children[0]),
                   decode_integer(the_pdu.children[1]), decode_integer(the_pdu.children[2]),
                   tuple(varbinds))
 
