@@ -81,8 +81,11 @@ for reproducer in "$work"/artifacts/*; do
     [[ $status -ne 0 ]] || status=1
 done
 if [[ $status -ne 0 ]]; then
-    echo "the fuzz target failed (exit $status); the end of $log:" >&2
-    tail -60 "$log" >&2
+    # The report, from the sanitizer's, libFuzzer's or the harness's first word to the
+    # reproducer (the coverage listing that follows it is long and of no help here).
+    echo "the fuzz target failed (exit $status); from $log:" >&2
+    sed -n '/==[0-9]*==ERROR\|ERROR: libFuzzer\|fuzz harness:\|runtime error:\|==[0-9]*== ERROR/,/Test unit written to/p' \
+        "$log" | head -300 >&2
     exit 1
 fi
 if [[ -z $executions || $executions -lt $runs ]]; then
