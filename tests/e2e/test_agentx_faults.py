@@ -15,19 +15,17 @@ Marked `hostile`: ctest runs it against the sanitizer build (label hostile, buil
 
 from __future__ import annotations
 
-import os
-import shutil
 import signal
 import subprocess
 import threading
 import time
-from pathlib import Path
 
 import pytest
 
 from classmaps import expected_walk, generated_class_maps
-from conftest import READY_TIMEOUT_S, Process, free_udp_port
+from conftest import READY_TIMEOUT_S
 from snmpclient import CLASS_MAP_TABLE, NetSnmp, SnmpError
+from snmpd import SnmpdMaster
 
 pytestmark = pytest.mark.hostile
 
@@ -39,64 +37,13 @@ MASTER_BACK_S = 25        # the sub-agent is back in a restarted master within t
 KILLS = 3
 
 
-class Master:
-    """Debian's snmpd as AgentX master on a fixed port and socket, so that it can be stopped
-    and started again where the sub-agent expects it."""
-
-    def __init__(self, workdir: Path):
-        self.workdir = workdir
-        workdir.mkdir()
-        self.socket = workdir / "agentx.sock"
-        self.port = free_udp_port()
-        # snmpd saves its persistent state as snmpd.conf in persistentDir when it stops: a
-        # directory of its own, or the restart would read that instead of this file.
-        self.persistent = workdir / "persistent"
-        self.persistent.mkdir()
-        self.conf = workdir / "snmpd.conf"
-        self.conf.write_text(
-            "master agentx\n"
-            f"agentXSocket unix:{self.socket}\n"
-            "rocommunity public 127.0.0.1\n"
-            f"[snmp] persistentDir {self.persistent}\n")
-        self.starts = 0
-        self.process: Process | None = None
-
-    @property
-    def endpoint(self) -> str:
-        return f"udp:127.0.0.1:{self.port}"
-
-    def start(self) -> None:
-        self.starts += 1
-        env = dict(os.environ, MIBS="", MIBDIRS="/nonexistent",
-                   SNMP_PERSISTENT_DIR=str(self.persistent))
-        snmpd = shutil.which("snmpd") or "/usr/sbin/snmpd"
-        argv = [snmpd, "-f", "-Lo", "-C", "-c", str(self.conf), "-r", self.endpoint]
-        self.process = Process(argv, self.workdir / f"snmpd-{self.starts}.log", env=env)
-        deadline = time.monotonic() + READY_TIMEOUT_S
-        while "NET-SNMP version" not in self.process.output():
-            assert self.process.popen.poll() is None, f"snmpd exited:\n{self.process.output()}"
-            assert time.monotonic() < deadline, f"snmpd did not start:\n{self.process.output()}"
-            time.sleep(0.05)
-
-    def stop(self, how: int) -> None:
-        self.process.popen.send_signal(how)
-        self.process.popen.wait(10)
-        self.process.kill()
-
-    def alive(self) -> bool:
-        return self.process is not None and self.process.popen.poll() is None
-
-
 @pytest.fixture
 def master(tmp_path):
-    m = Master(tmp_path / "master")
-    m.start()
-    yield m
-    if m.process:
-        m.process.kill()
+    with SnmpdMaster(tmp_path / "master") as m:
+        yield m
 
 
-def wait_for_complete_walk(master: Master, within: float, sub) -> float:
+def wait_for_complete_walk(master: SnmpdMaster, within: float, sub) -> float:
     """Walks the class map table through the master until a walk returns every row; returns
     the seconds that took. Fails after `within` seconds."""
     tool = NetSnmp(master.endpoint)
@@ -120,7 +67,7 @@ class Walker(threading.Thread):
 
     UNDER_WAY_LINES = 300
 
-    def __init__(self, master: Master):
+    def __init__(self, master: SnmpdMaster):
         super().__init__(daemon=True)
         self.argv = ["snmpbulkwalk", "-m", "", "-M", "/nonexistent", "-v2c", "-c", "public",
                      "-t", "5", "-r", "1", "-On", "-Cr1", master.endpoint,
@@ -144,7 +91,7 @@ class Walker(threading.Thread):
         assert self.under_way.wait(READY_TIMEOUT_S), f"the walk printed {self.lines} lines"
 
 
-def start_sub_agent(start_agent, master: Master):
+def start_sub_agent(start_agent, master: SnmpdMaster):
     return start_agent(CLASS_MAPS, agentx=f"unix:{master.socket}")
 
 

@@ -15,6 +15,7 @@ What is checked, besides the agent staying up (an overflow ends the sanitizer bu
     agent's MIB, whatever the index looked like (a bad index only makes the tables walk from
     their first row); every SET is refused; every well-formed request is answered;
   - after every 500 messages a GET of one row of each table returns what it did before.
+The index OIDs also go through Debian's snmpd to qossnmpd as its AgentX sub-agent.
 
 Marked `hostile`: ctest runs it against the sanitizer build (label hostile, build-asan).
 """
@@ -22,6 +23,7 @@ Marked `hostile`: ctest runs it against the sanitizer build (label hostile, buil
 from __future__ import annotations
 
 import bisect
+import itertools
 import random
 import time
 from typing import Callable, Iterable, Iterator, Sequence
@@ -30,6 +32,7 @@ import pytest
 
 from conftest import REPO
 from snmpclient import NetSnmp
+from snmpd import SnmpdMaster
 from wire import (ENTERPRISE, GET, GETBULK, GETNEXT, NULL, QOS_TABLES_ROOT, RESPONSE, SET,
                   V1, V2C, V3, Answer, HostileClient, Malformed, bad_lengths, byte_mutations,
                   community_message, decode_answer, integer, oid, pdu, v3_message, varbind)
@@ -89,13 +92,78 @@ def encodable(name: Sequence[int]) -> bool:
         return False
 
 
+class Served:
+    """What an agent serves, read by GETBULKs before the storm (`ask` sends a message and returns
+    its answer), and the answers that follow from it for any request."""
+
+    def __init__(self, ask: Callable[[Callable[[int], bytes]], Answer],
+                 start: tuple[int, ...] = (1, 0)):
+        self.mib: dict[tuple[int, ...], object] = {}
+        name = start
+        while name is not None:
+            answer = ask(lambda rid: community_message(
+                V2C, b"public", pdu(GETBULK, rid, [varbind(name)], 0, 50)))
+            assert answer.error_status == 0, answer
+            for name, value in answer.varbinds:
+                if value.tag == END_OF_MIB_VIEW:
+                    name = None
+                    break
+                assert name not in self.mib, f"{name} twice in the walk"
+                self.mib[name] = value
+        self.oids = sorted(self.mib)
+        self.rows = {name: value for name, value in self.mib.items()
+                     if name[:len(QOS_TABLES_ROOT)] == QOS_TABLES_ROOT}
+
+    def instances(self, table: int) -> list[tuple[int, ...]]:
+        prefix = entry(table)
+        return [name for name in self.rows if name[:len(prefix)] == prefix]
+
+    def expect_get(self, name: tuple[int, ...]) -> Callable[[Answer], None]:
+        """The row's value, or noSuchObject/noSuchInstance where there is none."""
+        def check(answer: Answer) -> None:
+            assert answer.kind == RESPONSE and answer.error_status == 0, (name, answer)
+            [(got, value)] = answer.varbinds
+            assert got == name, (name, answer)
+            if name in self.rows:
+                assert value == self.rows[name], (name, value, self.rows[name])
+            elif name not in self.mib:
+                assert value.tag in (NO_SUCH_OBJECT, NO_SUCH_INSTANCE), (name, value)
+        return check
+
+    def expect_next(self, name: tuple[int, ...], count: int) -> Callable[[Answer], None]:
+        """The `count` OIDs that follow `name` in the agent's MIB, in order, with the rows'
+        values; past the last OID, endOfMibView."""
+        start = bisect.bisect_right(self.oids, name)
+        expected = self.oids[start:start + count]
+
+        def check(answer: Answer) -> None:
+            assert answer.kind == RESPONSE and answer.error_status == 0, (name, answer)
+            got = [n for n, value in answer.varbinds if value.tag != END_OF_MIB_VIEW]
+            assert got == expected, (name, got[:3], expected[:3])
+            if len(expected) < count:
+                assert answer.varbinds[-1][1].tag == END_OF_MIB_VIEW, (name, answer)
+            for n, value in answer.varbinds:
+                if n in self.rows and value.tag != END_OF_MIB_VIEW:
+                    assert value == self.rows[n], (n, value)
+        return check
+
+    @staticmethod
+    def expect_refused(answer: Answer) -> None:
+        assert answer.kind == RESPONSE and answer.error_status != 0, answer
+
+    @staticmethod
+    def expect_any(answer: Answer) -> None:
+        assert answer.kind == RESPONSE, answer
+
+
 class Campaign:
-    """Sends hostile messages to one agent and checks every answer.
+    """Sends hostile messages to one qossnmpd master agent and checks every answer.
 
     send() fires a message and, for a well-formed request, registers the check its answer must
-    pass; every SYNC_EVERY messages the campaign waits until the agent has handled them all and
-    requires every registered request to have been answered; every LIVENESS_EVERY messages it
-    reads one row of each table and compares it with what the rows were at the start.
+    pass; every SYNC_EVERY messages the campaign waits until the agent has handled them all (it
+    serves its socket in order) and requires every registered request to have been answered;
+    every LIVENESS_EVERY messages it reads one row of each table and compares it with what the
+    rows were at the start.
     """
 
     def __init__(self, agent):
@@ -106,33 +174,9 @@ class Campaign:
         self.answers = 0
         self.requests_checked = 0
         self.started = time.monotonic()
-        self.mib = self.walk()
-        self.oids = sorted(self.mib)
-        self.rows = {name: value for name, value in self.mib.items()
-                     if name[:len(QOS_TABLES_ROOT)] == QOS_TABLES_ROOT}
-        self.liveness_oids = [self.instances(table)[0] for table in TABLES]
-
-    # --- what the agent serves, read before the storm ---
-
-    def walk(self) -> dict[tuple[int, ...], object]:
-        """Every OID the agent serves, with its value, by GETBULK from the root."""
-        found: dict[tuple[int, ...], object] = {}
-        name: tuple[int, ...] = (1, 0)
-        while True:
-            answer = decode_answer(self.client.request(community_message(
-                V2C, b"public", pdu(GETBULK, self.new_id(), [varbind(name)], 0, 50))))
-            assert answer.error_status == 0, answer
-            for name, value in answer.varbinds:
-                if value.tag == END_OF_MIB_VIEW:
-                    return found
-                assert name not in found, f"{name} twice in the walk"
-                found[name] = value
-
-    def instances(self, table: int) -> list[tuple[int, ...]]:
-        prefix = entry(table)
-        return [name for name in self.rows if name[:len(prefix)] == prefix]
-
-    # --- sending ---
+        self.served = Served(
+            lambda build: decode_answer(self.client.request(build(self.new_id()))))
+        self.liveness_oids = [self.served.instances(table)[0] for table in TABLES]
 
     def new_id(self) -> int:
         self.next_id += 1
@@ -172,7 +216,7 @@ class Campaign:
             V2C, b"public", pdu(GET, self.new_id(), [varbind(o) for o in self.liveness_oids]))))
         assert answer.error_status == 0, answer
         assert [(name, value) for name, value in answer.varbinds] == \
-            [(name, self.rows[name]) for name in self.liveness_oids]
+            [(name, self.served.rows[name]) for name in self.liveness_oids]
 
     def finish(self) -> float:
         self.sync()
@@ -184,58 +228,25 @@ class Campaign:
     def get(self, name: tuple[int, ...], version: int = V2C) -> None:
         rid = self.new_id()
         message = community_message(version, b"public", pdu(GET, rid, [varbind(name)]))
-        self.send(message, rid, self.expect_get(name) if version == V2C else self.expect_any)
+        self.send(message, rid,
+                  self.served.expect_get(name) if version == V2C else Served.expect_any)
 
     def getnext(self, name: tuple[int, ...], version: int = V2C) -> None:
         rid = self.new_id()
         message = community_message(version, b"public", pdu(GETNEXT, rid, [varbind(name)]))
-        self.send(message, rid, self.expect_next(name, 1) if version == V2C else self.expect_any)
+        self.send(message, rid,
+                  self.served.expect_next(name, 1) if version == V2C else Served.expect_any)
 
     def getbulk(self, name: tuple[int, ...], repetitions: int) -> None:
         rid = self.new_id()
         message = community_message(V2C, b"public",
                                     pdu(GETBULK, rid, [varbind(name)], 0, repetitions))
-        self.send(message, rid, self.expect_next(name, repetitions))
+        self.send(message, rid, self.served.expect_next(name, repetitions))
 
     def set(self, name: tuple[int, ...]) -> None:
         rid = self.new_id()
         message = community_message(V2C, b"private", pdu(SET, rid, [varbind(name, integer(1))]))
-        self.send(message, rid, self.expect_refused)
-
-    def expect_any(self, answer: Answer) -> None:
-        assert answer.kind == RESPONSE, answer
-
-    def expect_get(self, name: tuple[int, ...]) -> Callable[[Answer], None]:
-        def check(answer: Answer) -> None:
-            assert answer.kind == RESPONSE and answer.error_status == 0, (name, answer)
-            [(got, value)] = answer.varbinds
-            assert got == name, (name, answer)
-            if name in self.rows:
-                assert value == self.rows[name], (name, value, self.rows[name])
-            elif name not in self.mib:
-                assert value.tag in (NO_SUCH_OBJECT, NO_SUCH_INSTANCE), (name, value)
-        return check
-
-    def expect_next(self, name: tuple[int, ...], count: int) -> Callable[[Answer], None]:
-        """The answer carries the `count` OIDs that follow `name` in the agent's MIB, in order,
-        with the rows' values; past the last OID, endOfMibView."""
-        start = bisect.bisect_right(self.oids, name)
-        expected = self.oids[start:start + count]
-
-        def check(answer: Answer) -> None:
-            assert answer.kind == RESPONSE and answer.error_status == 0, (name, answer)
-            got = [n for n, value in answer.varbinds if value.tag != END_OF_MIB_VIEW]
-            assert got == expected, (name, got[:3], expected[:3])
-            if len(expected) < count:
-                assert answer.varbinds[-1][1].tag == END_OF_MIB_VIEW, (name, answer)
-            for n, value in answer.varbinds:
-                if n in self.rows and value.tag != END_OF_MIB_VIEW:
-                    assert value == self.rows[n], (n, value)
-        return check
-
-    @staticmethod
-    def expect_refused(answer: Answer) -> None:
-        assert answer.kind == RESPONSE and answer.error_status != 0, answer
+        self.send(message, rid, Served.expect_refused)
 
 
 # --- the index OIDs of a table, and what goes wrong with them ---
@@ -277,13 +288,13 @@ def index_variants(shape: Sequence[str], index: tuple[int, ...]) -> Iterator[tup
             yield before + replacement + after
 
 
-def hostile_names(campaign: Campaign) -> list[tuple[int, ...]]:
+def hostile_names(served: Served) -> list[tuple[int, ...]]:
     """Every OID to ask for: for the first, a middle and the last row of each table, its index
     varied, unknown columns, and every sub-identifier set to each boundary value."""
     names: dict[tuple[int, ...], None] = {}
     for table, (shape, columns) in TABLES.items():
         prefix = entry(table)
-        rows = campaign.instances(table)
+        rows = served.instances(table)
         for instance in (rows[0], rows[len(rows) // 2], rows[-1]):
             column, index = instance[len(prefix)], instance[len(prefix) + 1:]
             for variant in index_variants(shape, index):
@@ -344,18 +355,56 @@ def test_messages_built_here_are_the_bytes_pysnmp_sends():
 
 def test_the_walk_read_here_is_the_walk_net_snmp_reads(campaign):
     tool = NetSnmp(campaign.agent.endpoint).bulkwalk(QOS_TABLES_ROOT)
-    assert [v.oid for v in tool] == sorted(campaign.rows)
-    assert all(campaign.instances(table) for table in TABLES)
+    assert [v.oid for v in tool] == sorted(campaign.served.rows)
+    assert all(campaign.served.instances(table) for table in TABLES)
 
 
 def test_index_oids_of_every_table_truncated_too_long_wrong_and_at_the_boundaries(campaign):
-    names = hostile_names(campaign)
+    names = hostile_names(campaign.served)
     send_hostile_names(campaign, names)
     seconds = campaign.finish()
     print(f"{campaign.client.sent} messages for {len(names)} OIDs in {seconds:.1f} s; "
           f"{campaign.answers} answers, {campaign.requests_checked} checked")
     assert campaign.client.sent >= 9000
     assert campaign.requests_checked >= 8000
+
+
+def test_index_oids_through_snmpd_to_the_sub_agent(start_agent, tmp_path):
+    """The same OIDs, under enterprises.E, through Debian's snmpd to qossnmpd as its AgentX
+    sub-agent: a GET, a GETNEXT, a GETBULK and a SET for each, one at a time (the master
+    answers out of order), every answer as the rows say and the sub-agent still serving."""
+    with SnmpdMaster(tmp_path / "master") as master:
+        sub = start_agent(state_text=STATE.read_text(encoding="utf-8"),
+                          agentx=f"unix:{master.socket}")
+        client = HostileClient(master.port)
+        ids = itertools.count(1000)
+
+        def ask(build: Callable[[int], bytes]) -> Answer:
+            request_id = next(ids)
+            answer = client.ask(build(request_id), request_id)
+            assert answer is not None, f"no answer after {client.sent} requests:\n{sub.output()}"
+            return answer
+
+        deadline = time.monotonic() + 20
+        while not (served := Served(ask, start=ENTERPRISE)).rows:
+            assert time.monotonic() < deadline, f"no rows through snmpd:\n{sub.output()}"
+            time.sleep(0.2)
+        names = [name for name in hostile_names(served)
+                 if name[:len(ENTERPRISE)] == ENTERPRISE and well_formed(name)]
+        for count, name in enumerate(names):
+            for kind, repetitions, check in ((GET, 0, served.expect_get(name)),
+                                             (GETNEXT, 0, served.expect_next(name, 1)),
+                                             (GETBULK, 3, served.expect_next(name, 3))):
+                check(ask(lambda rid: community_message(
+                    V2C, b"public", pdu(kind, rid, [varbind(name)], 0, repetitions))))
+            Served.expect_refused(ask(lambda rid: community_message(
+                V2C, b"public", pdu(SET, rid, [varbind(name, integer(1))]))))
+            if count % 100 == 0:
+                assert sub.process.popen.poll() is None, sub.output()
+        client.close()
+        print(f"{client.sent} requests for {len(names)} OIDs through snmpd")
+        assert client.sent >= 8000
+        assert sub.process.popen.poll() is None and master.alive()
 
 
 def long_oid_messages(campaign: Campaign) -> Iterator[bytes]:
@@ -372,7 +421,7 @@ def long_oid_messages(campaign: Campaign) -> Iterator[bytes]:
 
 
 def huge_field_messages(campaign: Campaign) -> Iterator[bytes]:
-    name = campaign.instances(1)[0]
+    name = campaign.served.instances(1)[0]
     for value in HUGE_INTEGERS:
         for version in (V1, V2C):
             for kind in (GET, GETNEXT, GETBULK, SET):
@@ -390,7 +439,7 @@ def send_v3_messages(campaign: Campaign) -> None:
     """SNMPv3 GETBULKs of fifty rows with boundary header fields. Those whose header is valid
     (addressed to the agent's engine, without authentication) are answered, within the
     message size they announce."""
-    name = campaign.instances(5)[0]
+    name = campaign.served.instances(5)[0]
     for msg_id in (0, 2**31 - 1, 2**31, -1, 2**100):
         for max_size in (0, 483, 484, 2**31 - 1, 2**31, 2**32, -1):
             for flags in (b"", b"\x00", b"\x04", b"\x07", b"\x03", b"\xff\xff"):
@@ -418,7 +467,7 @@ def base_messages(campaign: Campaign) -> list[bytes]:
     """A valid message per table, version and request type, and two SNMPv3 ones."""
     messages = []
     for table in TABLES:
-        name = campaign.instances(table)[0]
+        name = campaign.served.instances(table)[0]
         for version in (V1, V2C):
             for kind in (GET, GETNEXT, GETBULK, SET):
                 value = integer(1) if kind == SET else NULL
@@ -460,7 +509,7 @@ def test_long_oids_huge_fields_bad_lengths_and_mutations(campaign):
 
 
 def test_in_range_request_ids_are_echoed(campaign):
-    name = campaign.instances(1)[0]
+    name = campaign.served.instances(1)[0]
     for request_id in (0, 1, 2**31 - 1, -1, -2**31):
         for kind in (GET, GETNEXT, GETBULK):
             answer = decode_answer(campaign.client.request(community_message(

@@ -296,6 +296,23 @@ class HostileClient:
         assert len(answers) == 1, f"{len(answers)} answers to {message.hex()}"
         return answers[0]
 
+    def ask(self, message: bytes, request_id: int) -> Answer | None:
+        """Sends a message and waits for the answer carrying `request_id`, for agents that may
+        answer out of order (a master that hands requests to its sub-agents); datagrams with
+        other ids are dropped. None after `timeout` seconds without it."""
+        self.send(message)
+        deadline = time.monotonic() + self.timeout
+        while (remaining := deadline - time.monotonic()) > 0:
+            self.socket.settimeout(remaining)
+            try:
+                data, _ = self.socket.recvfrom(65535)
+            except socket.timeout:
+                break
+            answer = decode_answer(data)
+            if answer.request_id == request_id:
+                return answer
+        return None
+
     def sync(self) -> list[bytes]:
         self._sync_id += 1
         probe = community_message(V2C, b"public", pdu(GET, self._sync_id, [varbind(SYS_UPTIME)]))
