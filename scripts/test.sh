@@ -3,9 +3,13 @@
 #   0. clang-format --dry-run over every C++ source;
 #   1. build/ (Debug): every test — unit, MIB checks and end-to-end — with ctest;
 #   2. build-asan/ (-DQOSSNMP_SANITIZE=ON): the unit tests under AddressSanitizer and
-#      UndefinedBehaviorSanitizer, and the agent built with them against hostile requests.
-# Installs missing Debian packages first. Both stages run even if the first fails; the exit
-# status is non-zero if any build or test failed.
+#      UndefinedBehaviorSanitizer, and the agent built with them against hostile requests,
+#      churn and AgentX faults (ctest label hostile);
+#   3. build-fuzz/ (clang 16, -DQOSSNMP_FUZZ=ON): the libFuzzer target of the agent's packet
+#      path for a bounded number of executions (ctest label fuzz; QOSSNMP_FUZZ_RUNS, default
+#      120000). A crash prints "reproducer: PATH".
+# Installs missing Debian packages first. Every stage runs even if an earlier one fails; the
+# exit status is non-zero if any build or test failed.
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -29,4 +33,13 @@ cmake --build "$root/build-asan" -j"$jobs"
     ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
     UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
     ctest --output-on-failure -L 'unit|hostile' -j1) || status=1
+
+echo "== build-fuzz/ (clang 16, libFuzzer): the agent's packet path fuzzed" >&2
+cmake -S "$root" -B "$root/build-fuzz" -DQOSSNMP_FUZZ=ON \
+    -DCMAKE_C_COMPILER=clang-16 -DCMAKE_CXX_COMPILER=clang++-16 \
+    -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_FLAGS_RELWITHDEBINFO="-O1 -g" \
+    -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g" \
+    -DQOSSNMP_FUZZ_RUNS="${QOSSNMP_FUZZ_RUNS:-120000}"
+cmake --build "$root/build-fuzz" -j"$jobs" --target qossnmp_agent_fuzzer
+(cd "$root/build-fuzz" && ctest --output-on-failure -V -L fuzz -j1) || status=1
 exit "$status"

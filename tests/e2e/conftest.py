@@ -33,6 +33,9 @@ MIB_MATCH_CONDITION = {"any": 1, "all": 2}
 
 def pytest_configure(config):
     config.addinivalue_line("markers", "slow: a test over a large table (tens of seconds)")
+    config.addinivalue_line(
+        "markers", "hostile: a robustness test (hostile input, churn, faults); ctest runs these "
+        "against the sanitizer build only (label hostile)")
 
 
 @pytest.fixture(scope="session")
