@@ -14,6 +14,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     smitools python3-pytest python3-pysnmp4
     nodejs npm
+    libsystemd-dev
 )
 
 installed() {
