@@ -16,7 +16,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     smitools python3-pytest python3-pysnmp4
     nodejs npm
-    libsystemd-dev
+    libsystemd-dev systemd lintian
     prometheus-snmp-exporter python3-prometheus-client python3-yaml
 )
 

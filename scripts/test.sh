@@ -3,9 +3,11 @@
 #   0. clang-format --dry-run over every C++ source;
 #   1. build/ (Debug): every test — unit, MIB checks and end-to-end — with ctest;
 #   2. build-asan/ (-DQOSSNMP_SANITIZE=ON): the unit tests under AddressSanitizer and
-#      UndefinedBehaviorSanitizer, and the agent built with them against hostile requests.
-# Installs missing Debian packages first. Both stages run even if the first fails; the exit
-# status is non-zero if any build or test failed.
+#      UndefinedBehaviorSanitizer, and the agent built with them against hostile requests;
+#   3. build-deb/: the Debian package (scripts/build-package.sh) and its checks: contents,
+#      the agent run from the extracted package, lintian, systemd-analyze.
+# Installs missing Debian packages first. Every stage runs even if an earlier one fails; the
+# exit status is non-zero if any build or test failed.
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -29,4 +31,11 @@ cmake --build "$root/build-asan" -j"$jobs"
     ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
     UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
     ctest --output-on-failure -L 'unit|hostile' -j1) || status=1
+
+echo "== build-deb/: the Debian package, its contents, lintian and systemd-analyze" >&2
+if QOSSNMP_JOBS=$jobs "$root/scripts/build-package.sh" >/dev/null; then
+    (cd "$root/build-deb" && ctest --output-on-failure -L package -j1) || status=1
+else
+    status=1
+fi
 exit "$status"
