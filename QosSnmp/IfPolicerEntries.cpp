@@ -1,19 +1,6 @@
 #include "QosSnmp/IfPolicerEntries.h"
 
-#include "Mox/Hash.h"
-
 namespace QosSnmp {
-
-namespace {
-constexpr U32 memberSeedMask = 0x1e0f1c2f;
-}  // namespace
-
-size_t IntfIdSeededHash::operator()(Linko::IntfId id) const noexcept {
-  static const U32 seed = Mox::processHashSeed() ^ memberSeedMask;
-  U32 value = id.value();
-  return Mox::hashBytes(std::string_view(reinterpret_cast<const char*>(&value), sizeof value),
-                        seed);
-}
 
 Mox::AllocationTracker IntfPolicerInfoStatusColl::memAllocationTracker_(
     "QosSnmp::IntfPolicerInfoStatusColl");
@@ -22,27 +9,23 @@ Mox::AllocationTracker IfPolicerStatsTableEntry::memAllocationTracker_(
 
 Quill::Ptr<Qos::IntfPolicerInfoStatus const> IntfPolicerInfoStatusColl::intfPolicerInfoStatusColl(
     Linko::IntfId id) const {
-  auto it = members_.find(id);
-  return it == members_.end() ? nullptr : it->second;
+  const auto* status = members_.find(id);
+  return status ? *status : nullptr;
 }
 
 void IntfPolicerInfoStatusColl::intfPolicerInfoStatusCollIs(
     Linko::IntfId id, Quill::Ptr<Qos::IntfPolicerInfoStatus const> status) {
   if (!status) {
-    members_.erase(id);
+    members_.del(id);
     return;
   }
-  members_.insert_or_assign(id, std::move(status));
+  members_.set(id, std::move(status));
 }
 
 Quill::Ptr<Qos::IntfPolicerInfoStatus const>
 IntfPolicerInfoStatusColl::intfPolicerInfoStatusCollDel(Linko::IntfId id) {
-  auto it = members_.find(id);
-  if (it == members_.end()) {
-    return nullptr;
-  }
-  Quill::Ptr<Qos::IntfPolicerInfoStatus const> status = std::move(it->second);
-  members_.erase(it);
+  Quill::Ptr<Qos::IntfPolicerInfoStatus const> status = intfPolicerInfoStatusColl(id);
+  members_.del(id);
   return status;
 }
 

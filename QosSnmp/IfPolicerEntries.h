@@ -8,11 +8,10 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
 
 #include "Linko/IntfId.h"
 #include "Mox/AllocationTracker.h"
-#include "Mox/HashMap.h"
+#include "Mox/WatchedMap.h"
 #include "Qos/AclHwStatus.h"
 #include "Qos/IntfPolicerInfoStatus.h"
 #include "QosSnmp/TableEntry.h"
@@ -21,21 +20,17 @@
 
 namespace QosSnmp {
 
-// Hashes a member interface with the framework's single-attribute hash, seeded per process
-// (the process hash seed XOR 0x1e0f1c2f), so that iteration order is not predictable across
-// runs.
-struct IntfIdSeededHash {
-  size_t operator()(Linko::IntfId id) const noexcept;
-};
-
-// The policer status of each member of one interface, by member. Iteration follows the hash
-// map's own order; the "first member" is the first one it yields. Never holds a null status.
-// Its mutators publish nothing. Agent's thread only.
+// The policer status of each member of one interface, by member. Iteration follows the member
+// map's order: by the member's hash seeded per process (the process hash seed XOR 0x1e0f1c2f),
+// then by member, so it does not depend on the order of edits but differs between runs; the
+// "first member" is the first one it yields. Never holds a null status. Nothing subscribes to
+// the members: rows read them when asked. Agent's thread only.
 class IntfPolicerInfoStatusColl : public Quill::Object,
                                   private Mox::Tracked<IntfPolicerInfoStatusColl> {
  public:
-  using Map = Mox::HashMap2018<Linko::IntfId, Quill::Ptr<Qos::IntfPolicerInfoStatus const>,
-                               IntfIdSeededHash>;
+  static constexpr U32 memberSeed = 0x1e0f1c2f;
+  using Map =
+      Mox::WatchedMap<Linko::IntfId, Quill::Ptr<Qos::IntfPolicerInfoStatus const>, memberSeed>;
   static Mox::AllocationTracker memAllocationTracker_;
 
   const Map& intfPolicerInfoStatusColl() const noexcept { return members_; }
@@ -46,7 +41,7 @@ class IntfPolicerInfoStatusColl : public Quill::Object,
                                    Quill::Ptr<Qos::IntfPolicerInfoStatus const> status);
   // Removes the member and returns its status; null when absent.
   Quill::Ptr<Qos::IntfPolicerInfoStatus const> intfPolicerInfoStatusCollDel(Linko::IntfId id);
-  void intfPolicerInfoStatusCollDelAll() noexcept { members_.clear(); }
+  void intfPolicerInfoStatusCollDelAll() { members_.clear(); }
 
  private:
   Map members_;

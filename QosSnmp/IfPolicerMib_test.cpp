@@ -143,6 +143,25 @@ TEST(IntfPolicerInfoStatusCollTest, NullStatusRemovesAPresentMemberAndIgnoresAnA
   EXPECT_TRUE(coll->intfPolicerInfoStatusColl().empty());
 }
 
+// So the "first member" of a port channel is the same whichever member was reported first.
+TEST(IntfPolicerInfoStatusCollTest, OrderDoesNotDependOnTheOrderOfEdits) {
+  auto forward = QosSnmp::IntfPolicerInfoStatusCollIs();
+  auto backward = QosSnmp::IntfPolicerInfoStatusCollIs();
+  for (Quill::U32 port = 1; port <= 8; ++port) {
+    forward->intfPolicerInfoStatusCollIs(IntfId::ethernet(port), Status("p", 1));
+    backward->intfPolicerInfoStatusCollIs(IntfId::ethernet(9 - port), Status("p", 1));
+  }
+  std::vector<IntfId> a;
+  std::vector<IntfId> b;
+  for (const auto& [id, status] : forward->intfPolicerInfoStatusColl()) {
+    a.push_back(id);
+  }
+  for (const auto& [id, status] : backward->intfPolicerInfoStatusColl()) {
+    b.push_back(id);
+  }
+  EXPECT_EQ(a, b);
+}
+
 TEST(IntfPolicerInfoStatusCollTest, DelReturnsTheMembersStatusAndDelAllEmpties) {
   auto coll = QosSnmp::IntfPolicerInfoStatusCollIs();
   auto status = Status("p", 1);

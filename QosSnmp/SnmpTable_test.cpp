@@ -2,7 +2,6 @@
 // constructor, the one case no MIB table of the plug-in can produce on demand.
 #include "QosSnmp/SnmpTable.h"
 
-#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,7 +16,7 @@
 #include "QosSnmp/TableDriver.h"
 #include "QosSnmp/TableEntry.h"
 #include "QosSnmp/TestAgent.h"
-#include "Quill/Trace.h"
+#include "QosSnmp/TraceCapture.h"
 
 namespace QosSnmp::probe {
 
@@ -96,13 +95,8 @@ class SnmpTableTest : public ::testing::Test {
     initialize_table_probeTable(Snmp::CordbUtil::getSnmpConfig(), "");
     driver = std::make_unique<TableDriver>(QosSnmp::probe::probeModule, "probeTable",
                                            probeTable_handler);
-    Quill::traceSinkIs(
-        [this](std::string_view, int, std::string_view text) { traces.emplace_back(text); });
-    Quill::traceSpecIs("QosSnmp/0-2");
   }
   void TearDown() override {
-    Quill::traceSpecIs("");
-    Quill::traceSinkIs({});
     driver.reset();
     Mib().probeTableColl().delAll();
     QosSnmp::probe::probeModule.unregister("");
@@ -110,12 +104,10 @@ class SnmpTableTest : public ::testing::Test {
   static ProbeMib& Mib() {
     return static_cast<ProbeMib&>(*Snmp::CordbUtil::getEntityRelative("test/probe"));
   }
-  bool Traced(const std::string& text) const {
-    return std::find(traces.begin(), traces.end(), text) != traces.end();
-  }
+  bool Traced(const std::string& line) const { return trace.has(line); }
 
+  QosSnmp::test::TraceCapture trace;
   std::unique_ptr<TableDriver> driver;
-  std::vector<std::string> traces;
 };
 
 TEST_F(SnmpTableTest, HintWhoseKeyRefusesItsValueWalksFromTheFirstRow) {

@@ -1,5 +1,6 @@
 // Test support: one net-snmp agent (sub-agent role, no configuration files) and one agent root
-// with a QosMib mounted at "snmp/qos/root", shared by every test of a test program.
+// with the three model entities mounted where the modules look for them ("snmp/qos/root",
+// "snmp/qos/policingMib", "snmp/qos/ifPolicerMib"), shared by every test of a test program.
 #pragma once
 
 #include <net-snmp/net-snmp-config.h>
@@ -7,6 +8,8 @@
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
 #include "Cordb/Dir.h"
+#include "QosSnmp/IfPolicerMib.h"
+#include "QosSnmp/PolicingMib.h"
 #include "QosSnmp/QosMib.h"
 #include "Snmp/CordbUtil.h"
 
@@ -14,7 +17,7 @@ namespace QosSnmp::test {
 
 // Sets up the agent and the model root once; later calls do nothing.
 inline void ensureAgent() {
-  if (Snmp::CordbUtil::getEntityRelative("snmp/qos/root")) {
+  if (Snmp::CordbUtil::agentRoot()) {
     return;
   }
   netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DONT_READ_CONFIGS, 1);
@@ -22,12 +25,20 @@ inline void ensureAgent() {
   init_agent("qossnmp-test");
   auto root = Quill::make<Cordb::Dir>("sysroot");
   root->mount("snmp/qos/root", qosMibFactory("root"));
+  root->mount("snmp/qos/policingMib", policingMibFactory("policingMib"));
+  root->mount("snmp/qos/ifPolicerMib", ifPolicerMibFactory("ifPolicerMib"));
   Snmp::CordbUtil::agentRootIs(root);
 }
 
-// The QosMib the tables are registered over. REQUIRES: ensureAgent() ran.
+// The entities the tables are registered over. REQUIRES: ensureAgent() ran.
 inline QosMib& mib() {
   return static_cast<QosMib&>(*Snmp::CordbUtil::getEntityRelative("snmp/qos/root"));
+}
+inline PolicingMib& policingMib() {
+  return static_cast<PolicingMib&>(*Snmp::CordbUtil::getEntityRelative("snmp/qos/policingMib"));
+}
+inline IfPolicerMib& ifPolicerMib() {
+  return static_cast<IfPolicerMib&>(*Snmp::CordbUtil::getEntityRelative("snmp/qos/ifPolicerMib"));
 }
 
 }  // namespace QosSnmp::test

@@ -11,13 +11,13 @@
 
 #include "Mox/Singleton.h"
 #include "QosSnmp/QosMib.h"
-#include "Quill/Trace.h"
 #include "Snmp/MibContext.h"
 #include "Snmp/RegVoidCollByContext.h"
 #include "QosSnmp/AssertionRegex.h"
 #include "QosSnmp/SnmpModule.h"
 #include "QosSnmp/TableDriver.h"
 #include "QosSnmp/TestAgent.h"
+#include "QosSnmp/TraceCapture.h"
 
 namespace {
 
@@ -80,13 +80,8 @@ class ClassMapTableTest : public ::testing::Test {
     init_veloraQosMib("");
     driver =
         std::make_unique<TableDriver>(Module(), "veloraClassMapTable", veloraClassMapTable_handler);
-    Quill::traceSinkIs(
-        [this](std::string_view, int, std::string_view text) { traces.emplace_back(text); });
-    Quill::traceSpecIs("QosSnmp/0-2");
   }
   void TearDown() override {
-    Quill::traceSpecIs("");
-    Quill::traceSinkIs({});
     driver.reset();
     mib().classMapTableDelAll();
     unregister_veloraQosMib("");
@@ -98,17 +93,10 @@ class ClassMapTableTest : public ::testing::Test {
   }
   std::string First(Hint* hint = nullptr) { return driver->first(hint); }
   std::string Next() { return driver->next(); }
-  bool Traced(const std::string& fragment) const {
-    for (const auto& t : traces) {
-      if (t.find(fragment) != std::string::npos) {
-        return true;
-      }
-    }
-    return false;
-  }
+  bool Traced(const std::string& fragment) const { return trace.contains(fragment); }
 
+  QosSnmp::test::TraceCapture trace;
   std::unique_ptr<TableDriver> driver;
-  std::vector<std::string> traces;
 };
 
 TEST_F(ClassMapTableTest, EmptyTableEndsAtOnce) {
@@ -154,7 +142,7 @@ TEST_F(ClassMapTableTest, BadHintComponentsAreReportedAndIgnored) {
   EXPECT_EQ(First(&wrongType.integer(7).integer(2)), "a/2");
   EXPECT_TRUE(Traced("hint for veloraClassMapId has incorrect type! Expecting 4 but got 2"));
   EXPECT_TRUE(Traced("needed 2 components, found only 1"));
-  traces.clear();
+  trace.clear();
   Hint outOfRange;
   EXPECT_EQ(First(&outOfRange.octets("b").integer(3)), "a/2");
   EXPECT_TRUE(

@@ -16,6 +16,7 @@
 #include "MibModules.h"
 #include "Options.h"
 #include "PlatformSetup.h"
+#include "PolicingModels.h"
 #include "ResponseFit.h"
 #include "ServiceNotify.h"
 #include "SnmpAgent.h"
@@ -84,6 +85,7 @@ int serve(const Agent::Options& options) {
     fmt::print(stderr, "qossnmpd: {}\n", e.what());
     return exitBadState;
   }
+  Agent::PolicingModels policing(root);
   Agent::MibModules modules(options.contexts);
   modules.start();
 

@@ -1,10 +1,12 @@
-# Checks with the net-snmp tools that the generated modules put every object
-# of VELORA-QOS-MIB at the OID the agent registers, with the access and
-# syntax the agent encodes, that table indexes encode and bound as the agent
-# expects, and that the module defines no object beyond the expected ones.
+# Checks with the net-snmp tools that a generated module puts every object at
+# the OID the agent registers, with the access and syntax the agent encodes,
+# that table indexes encode and bound as the agent expects, and that the
+# module defines no object beyond the expected ones below its objects root.
 #
 # cmake -DSNMPTRANSLATE=<snmptranslate> -DMIB_DIR=<dir> -DBASE_MIB_DIR=<dir>
-#       -DENTERPRISE_ARC=<n> -DEXPECTED=<qos-mib-oids.txt> -P check-oids.cmake
+#       -DENTERPRISE_ARC=<n> -DMODULE=<VELORA-QOS-MIB>
+#       -DOBJECTS=<3.13.1, the objects root below enterprises.E>
+#       -DEXPECTED=<qos-mib-oids.txt> -P check-oids.cmake
 #
 # EXPECTED has one check per line (see its header):
 #   <OID> <name>                     the name translates to the OID
@@ -12,7 +14,7 @@
 #   ! <name.index>                   the name must be rejected
 # '@E@' in an OID stands for the enterprise arc; '#' starts a comment line.
 
-foreach(var SNMPTRANSLATE MIB_DIR BASE_MIB_DIR ENTERPRISE_ARC EXPECTED)
+foreach(var SNMPTRANSLATE MIB_DIR BASE_MIB_DIR ENTERPRISE_ARC MODULE OBJECTS EXPECTED)
   if(NOT DEFINED ${var} OR "${${var}}" STREQUAL "")
     message(FATAL_ERROR "check-oids.cmake: ${var} is not set")
   endif()
@@ -23,8 +25,8 @@ endif()
 
 # Only the modules given here are loaded: -m without '+' replaces the default
 # module list and -M without '+' the default directories.
-set(translate "${SNMPTRANSLATE}" -M "${MIB_DIR}:${BASE_MIB_DIR}" -m VELORA-QOS-MIB)
-set(objects_oid "1.3.6.1.4.1.${ENTERPRISE_ARC}.3.13.1")
+set(translate "${SNMPTRANSLATE}" -M "${MIB_DIR}:${BASE_MIB_DIR}" -m ${MODULE})
+set(objects_oid "1.3.6.1.4.1.${ENTERPRISE_ARC}.${OBJECTS}")
 string(REPLACE "." "\\." objects_re "${objects_oid}")
 
 file(STRINGS "${EXPECTED}" lines)
@@ -91,8 +93,8 @@ if(checked EQUAL 0)
   message(FATAL_ERROR "check-oids.cmake: no checks in ${EXPECTED}")
 endif()
 
-# Every object that the module defines below veloraQosMibObjects must be one
-# that the agent serves (or a table, row or index of it).
+# Every object that the module defines below its objects root must be one that
+# the agent serves (or a table, row or index of it).
 execute_process(COMMAND ${translate} -Tz
   RESULT_VARIABLE rc OUTPUT_VARIABLE tree ERROR_VARIABLE err)
 if(NOT rc EQUAL 0)
@@ -118,7 +120,7 @@ if(missing)
 endif()
 
 if(NOT failures STREQUAL "")
-  message(FATAL_ERROR "VELORA-QOS-MIB checks failed:\n${failures}")
+  message(FATAL_ERROR "${MODULE} checks failed:\n${failures}")
 endif()
 list(LENGTH defined_objects n_objects)
-message("VELORA-QOS-MIB: ${checked} checks passed; ${n_objects} objects below veloraQosMibObjects, none unexpected")
+message("${MODULE}: ${checked} checks passed; ${n_objects} objects below ${objects_oid}, none unexpected")

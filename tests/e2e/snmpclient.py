@@ -35,6 +35,11 @@ QOS_TABLES = {
     11: "veloraQosPerIntfStatsTable",
 }
 
+# The policing MIBs: VELORA-POLICING-MIB (profiles .1.1, policer instances .1.2) and
+# VELORA-IF-POLICER-MIB (ingress statistics .1.1, egress .1.2).
+POLICING_MIB = ENTERPRISE + (3, 42)
+IF_POLICER_MIB = ENTERPRISE + (3, 43)
+
 # Exceptional values of SNMPv2 varbinds, as both clients are made to report them.
 NO_SUCH_OBJECT = "noSuchObject"
 NO_SUCH_INSTANCE = "noSuchInstance"

@@ -6,7 +6,7 @@ import time
 import pytest
 
 from classmaps import expected_walk
-from snmpclient import CLASS_MAP_TABLE, ENTERPRISE, QOS_MIB, NetSnmp
+from snmpclient import CLASS_MAP_TABLE, ENTERPRISE, IF_POLICER_MIB, POLICING_MIB, QOS_MIB, NetSnmp
 
 CLASS_MAPS = [
     {"id": "cm-voice", "type": "qos", "name": "voice", "matchCondition": "all"},
@@ -34,9 +34,10 @@ ALICE = ["-v3", "-u", "alice", "-l", "authPriv", "-a", "SHA", "-A", "alice-auth-
 SYS_OR_ID = (1, 3, 6, 1, 2, 1, 1, 9, 1, 2)
 
 
-def test_the_qos_mib_module_is_listed_in_sysortable(start_agent):
+def test_the_three_mib_modules_are_listed_in_sysortable(start_agent):
     listed = start_agent(CLASS_MAPS).netsnmp().walk(SYS_OR_ID)
-    assert [(v.type, v.value) for v in listed] == [("OID", QOS_MIB)]
+    assert {v.type for v in listed} == {"OID"}
+    assert sorted(v.value for v in listed) == sorted([QOS_MIB, POLICING_MIB, IF_POLICER_MIB])
 
 
 class TestNamedContext:
