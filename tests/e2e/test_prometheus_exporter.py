@@ -21,7 +21,7 @@ import yaml
 from prometheus_client.parser import text_string_to_metric_families
 
 from conftest import REPO, Process
-from snmpclient import ENTERPRISE_ARC, QOS_MIB, parse_oid, qos_instance
+from snmpclient import ENTERPRISE_ARC, parse_oid, qos_instance
 
 SNMP_YML = REPO / "contrib" / "prometheus" / "snmp.yml"
 EXAMPLE = REPO / "examples" / "default.json"
@@ -157,22 +157,39 @@ def instance_oid(metric: dict, labels: dict[str, str]) -> tuple[int, ...]:
     return parse_oid(metric["oid"]) + tuple(arcs)
 
 
-def test_every_counter_series_is_one_cell_of_the_walk(example_agent, exporter, snmp_yml):
-    """Each counter column: the exporter's series are exactly the column's rows (none lost,
-    none made up), each labelled so that it names its row, with the row's value."""
-    families = exporter.scrape(target(example_agent), "velora_qos")
-    walk = {v.oid: v for v in example_agent.netsnmp().bulkwalk(QOS_MIB + (1,), "-Cr50")}
-    counters = [m for m in snmp_yml["velora_qos"]["metrics"] if m["type"] == "counter"]
-    assert len(counters) == 17
-    for metric in counters:
+NUMERIC = {"counter": "counter", "gauge": "gauge"}
+SNMP_NUMBERS = {"Counter64", "INTEGER", "Gauge32"}
+
+
+@pytest.mark.parametrize("module", ["velora_qos", "velora_policing", "velora_if_policer"])
+def test_every_numeric_series_is_one_cell_of_the_walk(example_agent, exporter, snmp_yml, module):
+    """Each counter and gauge column of the module: the exporter's series are exactly the
+    column's rows (none lost, none made up), each labelled so that it names its row, with the
+    row's value. The policing modules' tables are empty on the example; for them this checks
+    that the exporter finds their tables and reports nothing where the agent has no rows."""
+    families = exporter.scrape(target(example_agent), module)
+    walk = {}
+    for root in snmp_yml[module]["walk"]:
+        walk |= {v.oid: v for v in example_agent.netsnmp().bulkwalk(parse_oid(root), "-Cr50")}
+    numeric = [m for m in snmp_yml[module]["metrics"] if m["type"] in NUMERIC]
+    assert numeric
+    for metric in numeric:
         column = parse_oid(metric["oid"])
         rows = {oid: v for oid, v in walk.items() if oid[:len(column)] == column}
-        assert rows, f"{metric['name']}: no rows in the example"
+        if module == "velora_qos":
+            assert rows, f"{metric['name']}: no rows in the example"
         scraped = {instance_oid(metric, s.labels): s.value
-                   for s in families[metric["name"]].samples}
+                   for s in families.get(metric["name"], NoFamily()).samples}
         assert scraped.keys() == rows.keys(), metric["name"]
-        assert all(rows[oid].type == "Counter64" for oid in rows)
+        assert all(rows[oid].type in SNMP_NUMBERS for oid in rows), metric["name"]
         assert scraped == {oid: float(v.value) for oid, v in rows.items()}, metric["name"]
+        if rows:
+            assert families[metric["name"]].type == NUMERIC[metric["type"]]
+
+
+class NoFamily:
+    """A family the scrape did not have: the exporter leaves out columns without rows."""
+    samples: list = []
 
 
 def test_enumerations_and_texts_read_by_name(example_agent, exporter):
