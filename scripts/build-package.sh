@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds the Debian package of qossnmpd and prints its path, build-deb/qossnmpd_<version>_<arch>.deb.
+# Builds the Debian package of qossnmpd and prints its path:
+# build-deb/qossnmpd_<version>_<arch>.deb.
 #
 # build-deb/ is configured for the Debian layout (QOSSNMP_DEBIAN_LAYOUT: /usr/sbin/qossnmpd,
 # /etc/qossnmpd/, /usr/share/snmp/mibs, systemd units) with Debian's build flags

@@ -37,7 +37,8 @@ done
 
 generator=$(command -v prometheus-snmp-generator || true)
 if [[ -z $generator ]]; then
-    echo "$(basename "$0"): prometheus-snmp-generator not found (apt-get install prometheus-snmp-exporter)" >&2
+    echo "$(basename "$0"): prometheus-snmp-generator not found" \
+        "(apt-get install prometheus-snmp-exporter)" >&2
     exit 1
 fi
 

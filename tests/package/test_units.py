@@ -68,5 +68,6 @@ def test_the_units_are_confined(analyze, units, index):
     assert exposure <= MAX_EXPOSURE, table.stdout
     assert not unmet
     # The master agent keeps CAP_NET_BIND_SERVICE, the sub-agent nothing at all.
-    expected = [] if "agentx" in unit.name else ["CapabilityBoundingSet=~CAP_NET_(BIND_SERVICE|BROADCAST|RAW)"]
+    expected = [] if "agentx" in unit.name else [
+        "CapabilityBoundingSet=~CAP_NET_(BIND_SERVICE|BROADCAST|RAW)"]
     assert [c["name"] for c in capabilities] == expected
