@@ -19,6 +19,7 @@
 #include "PlatformSetup.h"
 #include "PolicingModels.h"
 #include "ResponseFit.h"
+#include "ServiceNotify.h"
 #include "SnmpAgent.h"
 #include "TableSms.h"
 #include "StatusSource.h"
@@ -28,16 +29,32 @@ namespace {
 constexpr int exitBadState = 1;
 constexpr int exitUsage = 2;
 
-// The bundled files, found relative to the executable: <prefix>/bin/qossnmpd uses
-// <prefix>/etc/qossnmpd.conf and <prefix>/share/qossnmp/examples/default.json, in the build
-// tree and once installed alike.
+// The bundled files, found relative to the executable's prefix (the directory above it), so
+// that they hold in the build tree and once installed alike: <prefix>/bin/qossnmpd uses
+// <prefix>/etc/qossnmpd.conf and <prefix>/share/qossnmp/examples/default.json. The build sets
+// other paths for another install layout (the Debian package's /usr/sbin/qossnmpd reads
+// ../etc/qossnmpd/qossnmpd.conf, that is /etc/qossnmpd/qossnmpd.conf).
+#ifndef QOSSNMPD_DEFAULT_CONFIG
+#define QOSSNMPD_DEFAULT_CONFIG "etc/qossnmpd.conf"
+#endif
+#ifndef QOSSNMPD_DEFAULT_STATE
+#define QOSSNMPD_DEFAULT_STATE "share/qossnmp/examples/default.json"
+#endif
+
 Agent::Defaults bundledDefaults() {
   std::error_code error;
   std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", error);
   std::filesystem::path prefix = error ? std::filesystem::path("..") : exe.parent_path() / "..";
-  prefix = prefix.lexically_normal();
-  return {(prefix / "etc/qossnmpd.conf").string(),
-          (prefix / "share/qossnmp/examples/default.json").string()};
+  return {(prefix / QOSSNMPD_DEFAULT_CONFIG).lexically_normal().string(),
+          (prefix / QOSSNMPD_DEFAULT_STATE).lexically_normal().string()};
+}
+
+// A manager that asked to be told (Type=notify) but cannot be reached is worth a warning; the
+// agent serves all the same.
+void tellServiceManager(Agent::NotifyResult result) {
+  if (result == Agent::NotifyResult::failed) {
+    snmp_log(LOG_WARNING, "qossnmpd: could not notify the service manager at $NOTIFY_SOCKET\n");
+  }
 }
 
 void reloadState(StateSim::StatusSource& source, const std::string& path) {
@@ -82,13 +99,20 @@ int serve(const Agent::Options& options) {
   Agent::EventLoop::Callbacks callbacks;
   callbacks.tasksRunnable = [&scheduler] { return scheduler->runnable(); };
   callbacks.runTasks = [&scheduler] { scheduler->runFor(scheduler->timeSlice()); };
-  callbacks.reload = [&] { reloadState(source, options.state); };
+  const std::string readyStatus = "ready on " + snmp.endpoint();
+  callbacks.reload = [&] {
+    tellServiceManager(Agent::notifyReloading("reloading " + options.state));
+    reloadState(source, options.state);
+    tellServiceManager(Agent::notifyReady(readyStatus));
+  };
   if (options.live) {
     callbacks.tick = [&source] { source.tick(); };
   }
-  snmp_log(LOG_INFO, "qossnmpd: ready on %s\n", snmp.endpoint().c_str());
+  snmp_log(LOG_INFO, "qossnmpd: %s\n", readyStatus.c_str());
+  tellServiceManager(Agent::notifyReady(readyStatus));
   int signal = loop.run(callbacks);
   snmp_log(LOG_INFO, "qossnmpd: stopping on signal %d\n", signal);
+  tellServiceManager(Agent::notifyStopping());
   logResponseFit();
   sms.stop();
   modules.stop();

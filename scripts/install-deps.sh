@@ -4,7 +4,9 @@
 #
 # Installing snmpd starts Debian's system snmpd on UDP port 161. QosSnmp never uses that
 # instance (qossnmpd listens on 1161; the tests start their own snmpd); stop it with
-# `systemctl stop snmpd` if it is in the way.
+# `systemctl stop snmpd` if it is in the way. Likewise prometheus-snmp-exporter, installed for
+# its generator and for the end-to-end test that scrapes qossnmpd with it, starts its service
+# on TCP port 9116; the tests run their own on free ports.
 set -euo pipefail
 
 packages=(
@@ -15,6 +17,8 @@ packages=(
     smitools python3-pytest python3-pysnmp4
     clang-16 libclang-rt-16-dev llvm-14
     nodejs npm
+    libsystemd-dev systemd lintian
+    prometheus-snmp-exporter python3-prometheus-client python3-yaml
 )
 
 installed() {

@@ -8,6 +8,8 @@
 #   3. build-fuzz/ (clang 16, -DQOSSNMP_FUZZ=ON): the libFuzzer target of the agent's packet
 #      path for a bounded number of executions (ctest label fuzz; QOSSNMP_FUZZ_RUNS, default
 #      120000). A crash prints "reproducer: PATH".
+#   4. build-deb/: the Debian package (scripts/build-package.sh) and its checks: contents,
+#      the agent run from the extracted package, lintian, systemd-analyze.
 # Installs missing Debian packages first. Every stage runs even if an earlier one fails; the
 # exit status is non-zero if any build or test failed.
 set -euo pipefail
@@ -42,4 +44,11 @@ cmake -S "$root" -B "$root/build-fuzz" -DQOSSNMP_FUZZ=ON \
     -DQOSSNMP_FUZZ_RUNS="${QOSSNMP_FUZZ_RUNS:-120000}"
 cmake --build "$root/build-fuzz" -j"$jobs" --target qossnmp_agent_fuzzer
 (cd "$root/build-fuzz" && ctest --output-on-failure -V -L fuzz -j1) || status=1
+
+echo "== build-deb/: the Debian package, its contents, lintian and systemd-analyze" >&2
+if QOSSNMP_JOBS=$jobs "$root/scripts/build-package.sh" >/dev/null; then
+    (cd "$root/build-deb" && ctest --output-on-failure -L package -j1) || status=1
+else
+    status=1
+fi
 exit "$status"

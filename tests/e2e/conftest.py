@@ -133,7 +133,7 @@ class Agent:
 
     def __init__(self, exe: Path, workdir: Path, class_maps: Sequence[dict] | None,
                  state_text: str | None, config: str | None, args: Sequence[str],
-                 agentx: str | None):
+                 agentx: str | None, env: dict | None = None):
         self.workdir = workdir
         self.state_path = workdir / "state.json"
         if state_text is not None:
@@ -152,7 +152,7 @@ class Agent:
             self.port = free_udp_port()
             argv += ["--listen", f"udp:127.0.0.1:{self.port}"]
         argv += list(args)
-        self.process = Process(argv, workdir / "qossnmpd.log")
+        self.process = Process(argv, workdir / "qossnmpd.log", env=env)
         self.stopped = False
 
     @property
@@ -206,10 +206,11 @@ def start_agent(qossnmpd, tmp_path) -> Callable[..., Agent]:
 
     def start(class_maps: Sequence[dict] | None = None, *, state_text: str | None = None,
               config: str | None = None, args: Sequence[str] = (), agentx: str | None = None,
-              wait: bool = True) -> Agent:
+              wait: bool = True, env: dict | None = None) -> Agent:
+        """env: the agent's whole environment, when not the test's own."""
         workdir = tmp_path / f"agent{len(agents)}"
         workdir.mkdir()
-        agent = Agent(qossnmpd, workdir, class_maps, state_text, config, args, agentx)
+        agent = Agent(qossnmpd, workdir, class_maps, state_text, config, args, agentx, env)
         agents.append(agent)
         return agent.wait_ready() if wait else agent
 
