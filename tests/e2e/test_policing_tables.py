@@ -24,7 +24,6 @@ RATE_UNIT = {"bps": 1, "kbps": 2, "mbps": 3, "pps": 4}
 BURST_UNIT = {"packets": 1, "bytes": 2, "kbytes": 3, "mbytes": 4}
 COUNTERS = ["pktsDropped", "pktsSent", "bytesDropped", "bytesSent", "yellowPktsSent",
             "yellowBytesSent"]
-READY_TIMEOUT_S = 30
 
 PROFILES = [
     {"name": "PROF-1G", "cir": 1000000, "cirUnit": "kbps", "bc": 125000, "bcUnit": "bytes",
@@ -108,24 +107,10 @@ def stats_row(profile: str, group: str, values: dict) -> dict:
     return row
 
 
-def wait_ready(agent, *sms: str) -> None:
-    deadline = time.monotonic() + READY_TIMEOUT_S
-    while not all(f"qossnmpd: {sm} ready" in agent.output() for sm in sms):
-        assert agent.process.popen.poll() is None, agent.output()
-        assert time.monotonic() < deadline, f"not ready:\n{agent.output()}"
-        time.sleep(0.05)
-
-
-ALL_SMS = ("PolicingProfileTableSm", "PolicerInstanceTableSm", "IfPolicerInStatsTableSm",
-           "IfPolicerOutStatsTableSm")
-
-
 @pytest.fixture
 def policing_agent(start_agent):
     def start(state: dict, args=()):
-        agent = start_agent(state_text=json.dumps(state), args=list(args))
-        wait_ready(agent, *ALL_SMS)
-        return agent
+        return start_agent(state_text=json.dumps(state), args=list(args)).wait_tables_ready()
     return start
 
 

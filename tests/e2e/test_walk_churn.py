@@ -127,6 +127,144 @@ def class_map_target() -> ChurnTarget:
                        plausible)
 
 
+# --- the policing tables, while their state machines apply the edits ---
+
+POLICING_ROOT = QOS_TABLES_ROOT[:-3] + (3, 42)
+IF_POLICER_ROOT = QOS_TABLES_ROOT[:-3] + (3, 43)
+PROFILES = 1500
+RATE_UNITS = {"kbps": 2, "mbps": 3}
+BURST_UNITS = {"bytes": 2, "kbytes": 3}
+
+
+def profile(i: int, version: int) -> dict:
+    rate, burst = (("kbps", "bytes"), ("mbps", "kbytes"))[version % 2]
+    return {"name": f"prof-{i:04d}" if i % 4 else f"profile-{i:04d}", "cir": 1000 + version,
+            "cirUnit": rate, "bc": 100 + version, "bcUnit": burst, "pir": 2000 + version,
+            "pirUnit": rate, "be": 200 + version, "beUnit": burst}
+
+
+def policing_state(step: int) -> dict:
+    """Stable profiles and instances (one in three) keep their values; the others come and go
+    and are re-created with other rates at every step."""
+    profiles, instances = [], []
+    for i in range(PROFILES):
+        version = 0 if is_stable(i) else step
+        if not is_stable(i) and (i + step) % 3 == 0:
+            continue
+        profiles.append(profile(i, version))
+        instances.append({"name": f"pol-{i:04d}", "profile": f"v{version}"})
+    return {"policerProfiles": profiles, "policerInstances": instances}
+
+
+def name_index(name: str) -> tuple[int, ...]:
+    return (len(name), *name.encode())
+
+
+def policing_cells(i: int, version: int) -> dict[tuple[int, ...], tuple[str, object]]:
+    p = profile(i, version)
+    entry = POLICING_ROOT + (1, 1, 1)
+    index = name_index(p["name"])
+    cells = {entry + (column,) + index: ("Counter64", p[key])
+             for column, key in ((2, "cir"), (3, "bc"), (4, "pir"), (5, "be"))}
+    cells.update({entry + (column,) + index: ("INTEGER", units[p[key]])
+                  for column, key, units in ((6, "cirUnit", RATE_UNITS), (7, "bcUnit", BURST_UNITS),
+                                             (8, "pirUnit", RATE_UNITS), (9, "beUnit", BURST_UNITS))})
+    cells[POLICING_ROOT + (1, 2, 1, 2) + name_index(f"pol-{i:04d}")] = (
+        "STRING", f"v{version}".encode())
+    return cells
+
+
+def policing_target() -> ChurnTarget:
+    stable: dict[tuple[int, ...], tuple[str, object]] = {}
+    churned: dict[tuple[int, ...], int] = {}
+    for i in range(PROFILES):
+        if is_stable(i):
+            stable.update(policing_cells(i, 0))
+        else:
+            churned.update({oid: i for oid in policing_cells(i, 0)})
+
+    def plausible(vb: Varbind) -> bool:
+        # A churned row, with the values of some version of it.
+        i = churned.get(vb.oid)
+        if i is None:
+            return False
+        if vb.type == "STRING":
+            return vb.value.decode().startswith("v")
+        return vb.type in ("Counter64", "INTEGER")
+
+    return ChurnTarget("policing tables", POLICING_ROOT, policing_state, stable, plausible)
+
+
+IF_POLICER_PORTS = 1200
+
+
+def if_policer_state(step: int) -> dict:
+    """Ethernet ports with an ingress and an egress policer: stable ones (one in three) keep
+    theirs; the others lose and regain them and change their counts and names at every step.
+    Port channel 1 has stable members; port channel 2 gains and loses a second member."""
+    interfaces = [{"name": f"Ethernet{n}", "ifIndex": n} for n in range(1, IF_POLICER_PORTS + 5)]
+    e = IF_POLICER_PORTS
+    interfaces.append({"name": "Port-Channel1", "ifIndex": 1000001,
+                       "members": [f"Ethernet{e + 1}", f"Ethernet{e + 2}"]})
+    interfaces.append({"name": "Port-Channel2", "ifIndex": 1000002,
+                       "members": [f"Ethernet{e + 3}", f"Ethernet{e + 4}"]})
+    policers = []
+    for n in range(1, IF_POLICER_PORTS + 1):
+        stable = is_stable(n)
+        if not stable and (n + step) % 3 == 0:
+            continue
+        version = 0 if stable else step
+        for direction in ("input", "output"):
+            policers.append({"interface": f"Ethernet{n}", "direction": direction,
+                             "profile": f"stable-{n}" if stable else f"churn-{n}-v{version}",
+                             "counters": {"pktsSent": 10 * n + version, "bytesSent": 1000 * n}})
+    members = [(1, e + 1), (1, e + 2), (2, e + 3)] + ([(2, e + 4)] if step % 2 else [])
+    for channel, port in members:
+        policers.append({"interface": f"Port-Channel{channel}", "member": f"Ethernet{port}",
+                         "direction": "input", "profile": f"lag-{channel}",
+                         "counters": {"pktsSent": port, "bytesSent": 100 * port}})
+    return {"hardware": {"interfacePolicingCountersPerLagMemberCounterInfo": True},
+            "interfaces": interfaces, "interfacePolicers": policers}
+
+
+def if_policer_cells(table: int, if_index: int, name: str, sent: int, byte_count: int):
+    entry = IF_POLICER_ROOT + (1, table, 1)
+    values = {2: ("STRING", name.encode()), 3: ("STRING", b""), 4: ("Counter64", 0),
+              5: ("Counter64", sent), 6: ("Counter64", 0), 7: ("Counter64", byte_count),
+              8: ("Counter64", 0), 9: ("Counter64", 0)}
+    return {entry + (column,) + (if_index,): value for column, value in values.items()}
+
+
+def if_policer_target() -> ChurnTarget:
+    stable: dict[tuple[int, ...], tuple[str, object]] = {}
+    churned: set[tuple[int, ...]] = set()
+    for n in range(1, IF_POLICER_PORTS + 1):
+        for table in (1, 2):
+            cells = if_policer_cells(table, n, f"stable-{n}" if is_stable(n) else "", 10 * n,
+                                     1000 * n)
+            (stable.update(cells) if is_stable(n) else churned.update(cells))
+    e = IF_POLICER_PORTS
+    stable.update(if_policer_cells(1, 1000001, "lag-1", 2 * e + 3, 100 * (2 * e + 3)))
+    churned.update(if_policer_cells(1, 1000002, "lag-2", 0, 0))
+    lag2_sums = {e + 3, 2 * e + 7}  # one member, or both
+
+    def plausible(vb: Varbind) -> bool:
+        if vb.oid not in churned:
+            return False
+        column, if_index = vb.oid[len(IF_POLICER_ROOT) + 3], vb.oid[-1]
+        if if_index == 1000002:
+            return {2: vb.value == b"lag-2", 3: vb.value == b"", 5: vb.value in lag2_sums,
+                    7: vb.value in {100 * s for s in lag2_sums}}.get(column, vb.value == 0)
+        if column == 2:
+            return vb.value.decode().startswith(f"churn-{if_index}-v")
+        if column == 5:
+            return vb.value >= 10 * if_index
+        return column in (3, 4, 6, 7, 8, 9)
+
+    return ChurnTarget("interface policer tables", IF_POLICER_ROOT, if_policer_state, stable,
+                       plausible)
+
+
 # --- the churn and the walks ---
 
 class Churner(threading.Thread):
@@ -191,11 +329,12 @@ def assert_walk_consistent(target: ChurnTarget, walk: Sequence[Varbind], label: 
     assert not strange, f"{label}: cells that were never served: {strange[:3]}"
 
 
-@pytest.mark.parametrize("target_factory", [class_map_target], ids=["class-maps"])
+@pytest.mark.parametrize("target_factory", [class_map_target, policing_target, if_policer_target],
+                         ids=["class-maps", "policing", "if-policer"])
 def test_walks_under_churn_return_every_stable_row_once_and_in_order(start_agent,
                                                                      target_factory):
     target = target_factory()
-    agent = start_agent(state_text=json.dumps(target.state(0)))
+    agent = start_agent(state_text=json.dumps(target.state(0))).wait_tables_ready()
     tool = NetSnmp(agent.endpoint)
     # Before the churn, a walk returns exactly the first state's cells.
     assert_walk_consistent(target, tool.bulkwalk(target.subtree, "-Cr50"), "quiet walk")
