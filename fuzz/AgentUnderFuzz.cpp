@@ -18,7 +18,10 @@
 
 #include <fmt/format.h>
 
+#include "Dovo/TaskScheduler.h"
 #include "MibModules.h"
+#include "PolicingModels.h"
+#include "TableSms.h"
 #include "Options.h"
 #include "PlatformSetup.h"
 #include "SnmpAgent.h"
@@ -94,14 +97,21 @@ AgentUnderFuzz::AgentUnderFuzz(const AgentSettings& settings) : settings_(settin
   root_ = Agent::setUpPlatform(options);
   source_ = std::make_unique<StateSim::StatusSource>(root_);
   source_->load(stateFile());
+  policing_ = std::make_unique<Agent::PolicingModels>(root_);
   modules_ = std::make_unique<Agent::MibModules>(std::vector<std::string>{});
   modules_->start();
+  scheduler_ = Quill::make<Dovo::TaskScheduler>("fuzz");
+  sms_ = std::make_unique<Agent::TableSms>(scheduler_);
+  sms_->start(*source_, *policing_);
+  scheduler_->runUntilIdle();
   client_ = connectedClient(port);
 }
 
 AgentUnderFuzz::~AgentUnderFuzz() {
+  sms_.reset();
   modules_->stop();
   modules_.reset();
+  policing_.reset();
   source_.reset();
   snmp_.reset();
   close(client_);
@@ -153,6 +163,7 @@ void AgentUnderFuzz::serveUntilIdle() {
     }
     snmp_read(&readfds);
   }
+  scheduler_->runUntilIdle();
   run_alarms();
   netsnmp_check_outstanding_agent_requests();
 }

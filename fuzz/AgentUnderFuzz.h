@@ -26,8 +26,13 @@
 
 namespace Agent {
 class MibModules;
+class PolicingModels;
 class SnmpAgent;
+class TableSms;
 }  // namespace Agent
+namespace Dovo {
+class TaskScheduler;
+}
 namespace StateSim {
 class StatusSource;
 }
@@ -70,7 +75,11 @@ class AgentUnderFuzz {
   std::unique_ptr<Agent::SnmpAgent> snmp_;
   Quill::Ptr<Cordb::Dir> root_;
   std::unique_ptr<StateSim::StatusSource> source_;
+  std::unique_ptr<Agent::PolicingModels> policing_;
   std::unique_ptr<Agent::MibModules> modules_;
+  // The table Sms keep the policing tables in step with each state, as in the agent.
+  Quill::Ptr<Dovo::TaskScheduler> scheduler_;
+  std::unique_ptr<Agent::TableSms> sms_;
 };
 
 }  // namespace Fuzz

@@ -372,7 +372,7 @@ TEST_F(PolicingWriterTest, DefaultExampleHasPolicingOfEveryKind) {
   const auto& state = source.state();
   EXPECT_TRUE(source.aclHwStatus()->interfacePolicingCountersPerLagMemberCounterInfo());
   EXPECT_GE(Policing().profile().size(), 8U);
-  EXPECT_GE(Policing().policerInstance().size(), 12U);
+  EXPECT_GE(Policing().policerInstance().size(), 11U);
   EXPECT_EQ(Policing().profile().size(), state.policerProfiles.size());
   EXPECT_EQ(Policing().policerInstance().size(), state.policerInstances.size());
   EXPECT_EQ(Policing().intfPolicer().size() + Policing().intfPolicerOutput().size(),
@@ -385,11 +385,11 @@ TEST_F(PolicingWriterTest, DefaultExampleHasPolicingOfEveryKind) {
     withoutRates += profile->config() ? 0 : 1;
   }
   EXPECT_GE(withoutRates, 1U);
-  size_t emptyProfile = 0;
+  // Every instance names a profile: the MIB fails a GET of an empty one with genErr, which
+  // would end every walk of the example's instance table there.
   for (const auto& [name, instance] : Policing().policerInstance()) {
-    emptyProfile += instance->profileName().empty() ? 1 : 0;
+    EXPECT_FALSE(instance->profileName().empty()) << name.str();
   }
-  EXPECT_GE(emptyProfile, 1U);
 
   // A port channel whose members both count, and a policer on an interface without ifIndex.
   size_t countedLagMembers = 0;
