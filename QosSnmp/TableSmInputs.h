@@ -187,7 +187,15 @@ class CollChildSm : public TopChildSm {
   void doDeleteAll() override { scan_->doDeleteAll(); }
 
  protected:
-  bool scanStream(size_t& handled) override { return scan_->doInputScan(handled); }
+  bool scanStream(size_t& handled) override {
+    if (inputScanState() != InputScanState::scanComplete) {
+      QTRACE(root_.trace(), 9, "{}:  scan complete: {} resumed: {} scan: {}", root_.smClass(),
+             scan_->inputScanState() == InputScanState::scanComplete,
+             scan_->inputScanState() == InputScanState::scanInProgress,
+             static_cast<int>(scan_->inputScanState()));
+    }
+    return scan_->doInputScan(handled);
+  }
 
  private:
   Quill::Ptr<Entity const> entity_;
