@@ -5,7 +5,8 @@ directory, so that the machine itself is never touched. Needs root and the right
 
 Installed, the postinst has created the system user and group qossnmpd and made the
 configuration readable by that group only; the agent, started as that user with the packaged
-defaults, reads the configuration and answers. Installed again (an upgrade), nothing changes.
+defaults, reads the configuration and answers; and as a sub-agent of snmpd set up as the README
+says (agentXPerms giving the socket to the group qossnmpd), its tables answer through snmpd. Installed again (an upgrade), nothing changes.
 Purged, the configuration and its permission override are gone; the user stays.
 """
 
@@ -39,6 +40,28 @@ echo "agent: $(head -1 /tmp/qossnmpd.log)"
 echo "answer: $(snmpget -v2c -c public -On -Oqv -t 2 -r 1 "127.0.0.1:$port" \
     .1.3.6.1.2.1.1.2.0 2>&1)"
 kill "$agent"; wait "$agent" && echo "stopped: 0" || echo "stopped: $?"
+
+# The sub-agent set-up the README gives: snmpd an AgentX master whose socket the group
+# qossnmpd may use, snmpd dropping to its own user as Debian's unit runs it.
+printf 'master agentx\nagentXPerms 0660 0755 root qossnmpd\nrocommunity public 127.0.0.1\n' \
+    >/tmp/snmpd.conf
+MIBS= snmpd -f -Lf /tmp/snmpd.log -C -c /tmp/snmpd.conf -u Debian-snmp -g Debian-snmp \
+    "udp:127.0.0.1:$3" &
+snmpd=$!
+for _ in $(seq 100); do [ -S /var/agentx/master ] && break; sleep 0.1; done
+setpriv --reuid=qossnmpd --regid=qossnmpd --init-groups \
+    /usr/sbin/qossnmpd --agentx unix:/var/agentx/master >/tmp/subagent.log 2>&1 &
+subagent=$!
+mib=.1.3.6.1.4.1.32473.3.13.1.1
+for _ in $(seq 100); do
+    next=$(snmpgetnext -v2c -c public -On -t 1 -r 0 "127.0.0.1:$3" $mib 2>/dev/null || true)
+    case $next in $mib.*) break ;; esac
+    sleep 0.1
+done
+echo "through snmpd: ${next%% =*}"
+kill "$subagent" "$snmpd"; wait "$subagent" && echo "sub-agent stopped: 0" \
+    || echo "sub-agent stopped: $? $(cat /tmp/subagent.log)"
+wait "$snmpd" || true
 dpkg -i "$deb" >/dev/null 2>&1 || { dpkg -i "$deb"; exit 1; }
 echo "upgraded: $(stat -c '%U %G %a' /CONFFILE)"
 dpkg --purge qossnmpd >/dev/null 2>&1 || { dpkg --purge qossnmpd; exit 1; }
@@ -56,7 +79,7 @@ for d in proc dev sys; do mount --rbind "/$d" "$top/merged/$d"; done
 mount -t tmpfs tmpfs "$top/merged/tmp"
 mount -t tmpfs tmpfs "$top/merged/run"
 cp "$top/package.deb" "$top/merged/tmp/"
-exec chroot "$top/merged" /bin/sh -c "$1" sh /tmp/package.deb "$2"
+exec chroot "$top/merged" /bin/sh -c "$1" sh /tmp/package.deb "$2" "$3"
 """
 
 
@@ -82,7 +105,7 @@ def test_install_run_upgrade_and_purge(deb, sandbox):
     shutil.copy(deb, sandbox / "package.deb")
     result = subprocess.run(
         ["unshare", "--mount", "--propagation", "private", "sh", "-c", WRAPPER, "sh",
-         str(sandbox), SCRIPT, str(free_udp_port())],
+         str(sandbox), SCRIPT, str(free_udp_port()), str(free_udp_port())],
         capture_output=True, text=True, timeout=INSTALL_TIMEOUT_S)
     assert result.returncode == 0, result.stdout + result.stderr
     facts = dict(line.split(": ", 1) for line in result.stdout.splitlines() if ": " in line)
@@ -98,6 +121,9 @@ def test_install_run_upgrade_and_purge(deb, sandbox):
     assert facts["agent"].startswith("qossnmpd: ready on udp:127.0.0.1:"), result.stdout
     assert facts["answer"].startswith(".1.3.6.1."), result.stdout
     assert facts["stopped"] == "0"
+    # As a sub-agent of snmpd, through the socket snmpd opened for the group qossnmpd.
+    assert facts["through snmpd"].startswith(".1.3.6.1.4.1.32473.3.13.1.1.1."), result.stdout
+    assert facts["sub-agent stopped"] == "0"
     assert facts["upgraded"] == "root qossnmpd 640"
     assert facts["purged"].strip() == "0"
     assert facts["user after purge"] == "qossnmpd"
