@@ -187,11 +187,7 @@ void TableSmBase::handleInitialized() {
     return;
   }
   QTRACE(trace(), 8, "{}: handleInitialized", smClass_);
-  if (flumeControl_.synchronousMode == 1) {
-    synchronous_ = true;
-  } else if (flumeControl_.synchronousMode == 2) {
-    synchronous_ = false;
-  }
+  synchronous_ = flumeControl_.synchronous(defaultSynchronous);
   inputSmScanState_ = Quill::make<InputSmScanState>(streamNames_);
   scanStateSubscription_ =
       inputSmScanState_->changes().subscribe([this] { inputSmScanStateDispatch(); });

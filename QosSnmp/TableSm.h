@@ -223,7 +223,9 @@ class TableSmBase : public Quill::Object {
   Quill::Publisher<>::Subscription scanStateSubscription_;
   Quill::Publisher<>::Subscription outputStateSubscription_;
   mutable Quill::Publisher<> readinessChanges_;
-  bool synchronous_ = false;
+  // The class default of every table Sm: asynchronous unless the control record says otherwise.
+  static constexpr bool defaultSynchronous = false;
+  bool synchronous_ = defaultSynchronous;
   bool initialScanDone_ = false;
   bool initialized_ = false;
   bool wasReady_ = false;

@@ -12,6 +12,7 @@
 
 #include <fmt/format.h>
 
+#include "Dovo/TaskScheduler.h"
 #include "EventLoop.h"
 #include "MibModules.h"
 #include "Options.h"
@@ -20,6 +21,7 @@
 #include "ResponseFit.h"
 #include "ServiceNotify.h"
 #include "SnmpAgent.h"
+#include "TableSms.h"
 #include "StatusSource.h"
 
 namespace {
@@ -88,9 +90,15 @@ int serve(const Agent::Options& options) {
   Agent::PolicingModels policing(root);
   Agent::MibModules modules(options.contexts);
   modules.start();
+  // The table Sms fill the policing tables in the scheduler's tasks, between requests.
+  Quill::Ptr<Dovo::TaskScheduler> scheduler = Dovo::TaskSchedulerRoot::findOrCreateScheduler();
+  Agent::TableSms sms(scheduler);
+  sms.start(source, policing);
 
   Agent::EventLoop loop;
   Agent::EventLoop::Callbacks callbacks;
+  callbacks.tasksRunnable = [&scheduler] { return scheduler->runnable(); };
+  callbacks.runTasks = [&scheduler] { scheduler->runFor(scheduler->timeSlice()); };
   const std::string readyStatus = "ready on " + snmp.endpoint();
   callbacks.reload = [&] {
     tellServiceManager(Agent::notifyReloading("reloading " + options.state));
@@ -106,6 +114,7 @@ int serve(const Agent::Options& options) {
   snmp_log(LOG_INFO, "qossnmpd: stopping on signal %d\n", signal);
   tellServiceManager(Agent::notifyStopping());
   logResponseFit();
+  sms.stop();
   modules.stop();
   return 0;
 }

@@ -15,6 +15,7 @@ packages=(
     libfmt-dev nlohmann-json3-dev libboost-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     smitools python3-pytest python3-pysnmp4
+    clang-16 libclang-rt-16-dev llvm-14
     nodejs npm
     libsystemd-dev systemd lintian
     prometheus-snmp-exporter python3-prometheus-client python3-yaml

@@ -62,7 +62,7 @@ std::pair<U16, U16> readRange(const Reader& r, const Json& value, const std::str
     auto [end, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), n);
     if (digits.empty() || ec != std::errc() || end != digits.data() + digits.size() || n > max) {
       r.fail(where, fmt::format("'{}' is not a range of numbers from 0 to {} (\"10-14\", \"46\")",
-                                text, max));
+                                excerpt(text), max));
     }
     return static_cast<U16>(n);
   };
@@ -70,7 +70,7 @@ std::pair<U16, U16> readRange(const Reader& r, const Json& value, const std::str
   U16 low = parse(std::string_view(text).substr(0, dash));
   U16 high = dash == std::string::npos ? low : parse(std::string_view(text).substr(dash + 1));
   if (low > high) {
-    r.fail(where, fmt::format("range '{}' runs backwards", text));
+    r.fail(where, fmt::format("range '{}' runs backwards", excerpt(text)));
   }
   return {low, high};
 }
@@ -82,7 +82,8 @@ void readDscpEcn(const JsonObject& m, MatchState& match) {
       const std::string& name = dscp->get_ref<const std::string&>();
       const Qos::DscpName* named = Qos::dscpByName(name);
       if (!named) {
-        r.fail(m.at("dscp"), fmt::format("'{}' is not a DSCP name (CS0-CS7, AF11-AF43, EF)", name));
+        r.fail(m.at("dscp"),
+               fmt::format("'{}' is not a DSCP name (CS0-CS7, AF11-AF43, EF)", excerpt(name)));
       }
       match.dscp = named->value;
       match.dscpNamed = true;
@@ -159,12 +160,8 @@ void readMatch(const JsonObject& m, ClassMapState& classMap, U32 position) {
 }  // namespace
 
 Snmp::String readMapId(const JsonObject& object, std::string_view member, std::string_view what) {
-  const std::string& id = object.string(member);
-  if (id.empty() || id.size() > maxMapIdLength) {
-    object.reader().fail(object.at(member), fmt::format("a {} id is 1 to {} bytes long, not {}",
-                                                        what, maxMapIdLength, id.size()));
-  }
-  return Snmp::String(id);
+  return Snmp::String(object.reader().identifier(object.required(member), object.at(member),
+                                                 fmt::format("{} id", what), maxMapIdLength));
 }
 
 void readClassMaps(const Reader& r, const Json& value, const std::string& where, State& state) {

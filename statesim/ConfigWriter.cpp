@@ -142,7 +142,7 @@ void ConfigWriter::servicePoliciesIs(const State& state, QosSnmp::QosMib& mib) {
     const auto& [intf, direction] = key;
     const PolicyMapState& policyMap =
         state.policyMaps.at({policy.policyMapId, policy.policyMapType});
-    rows[QosSnmp::ServicePolicyTableIndex(state.interfaces.at(intf).ifIndex, direction)] = {
+    rows[QosSnmp::ServicePolicyTableIndex(*state.interfaces.at(intf).ifIndex, direction)] = {
         policy.policyMapId, Qos::ServicePolicyKey{policyMap.name, policy.policyMapType, direction}};
   }
   STATESIM_SYNC_ROWS(mib, servicePolicyTable, rows);

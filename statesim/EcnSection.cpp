@@ -14,11 +14,9 @@ void readEcnCounters(const Reader& r, const Json& value, const std::string& wher
   const auto& counters = r.array(value, where);
   for (size_t i = 0; i < counters.size(); ++i) {
     JsonObject object(r, counters[i], Reader::pointer(where, i), {"descriptor", "entity", "count"});
-    const std::string& descriptor = object.string("descriptor");
-    if (descriptor.empty() || descriptor.size() > maxEcnDescriptorLength) {
-      r.fail(object.at("descriptor"), fmt::format("a descriptor is 1 to {} bytes long, not {}",
-                                                  maxEcnDescriptorLength, descriptor.size()));
-    }
+    const std::string& descriptor =
+        r.identifier(object.required("descriptor"), object.at("descriptor"), "descriptor",
+                     maxEcnDescriptorLength);
     EcnCounterState counter;
     counter.entity = static_cast<U32>(object.number("entity", maxEntity, 0));
     counter.count = object.number("count", UINT64_MAX, 0);
@@ -37,6 +35,10 @@ void readEcnQueues(const Reader& r, const Json& value, const std::string& where,
     Linko::IntfId intf = object.interface("interface");
     if (!state.interfaces.contains(intf)) {
       r.fail(object.at("interface"), fmt::format("no interface {} in /interfaces", intf.name()));
+    }
+    if (!state.interfaces.at(intf).ifIndex) {
+      r.fail(object.at("interface"),
+             fmt::format("{} has no ifIndex, so no QoS MIB row can show its queues", intf.name()));
     }
     EcnInterfaceState ecn;
     ecn.slice = static_cast<U32>(object.number("slice", UINT32_MAX, 0));

@@ -28,7 +28,7 @@ void EcnWriter::stateIs(const State& state, QosSnmp::QosMib& mib) {
     auto status = intfStatus_.is(intf, [] { return Quill::make<Qos::EcnIntfCounterStatus>(); });
     slice->ecnIntfCounterStatusIs(intf, status);
     sliceMembers[ecn.slice].insert(intf);
-    U32 ifIndex = state.interfaces.at(intf).ifIndex;
+    U32 ifIndex = *state.interfaces.at(intf).ifIndex;
     for (const auto& [number, queue] : ecn.queues) {
       Qos::TxQueueId q(number);
       Qos::EcnCounterKey key{intf, q};

@@ -22,15 +22,19 @@ bool isPortChannel(Linko::IntfId intf) {
 }  // namespace
 
 void readHardware(const Reader& r, const Json& value, const std::string& where, State& state) {
-  JsonObject object(r, value, where,
-                    {"coppBpsSupported", "coppKbpsSupported", "useEcnCountersShoal",
-                     "ecnQLocallyMarkedSupported"});
+  JsonObject object(
+      r, value, where,
+      {"coppBpsSupported", "coppKbpsSupported", "useEcnCountersShoal", "ecnQLocallyMarkedSupported",
+       "interfacePolicingCountersPerLagMemberCounterInfo"});
   HardwareState& hw = state.hardware;
   hw.coppBpsSupported = object.boolean("coppBpsSupported", hw.coppBpsSupported);
   hw.coppKbpsSupported = object.boolean("coppKbpsSupported", hw.coppKbpsSupported);
   hw.useEcnCountersShoal = object.boolean("useEcnCountersShoal", hw.useEcnCountersShoal);
   hw.ecnQLocallyMarkedSupported =
       object.boolean("ecnQLocallyMarkedSupported", hw.ecnQLocallyMarkedSupported);
+  hw.interfacePolicingCountersPerLagMemberCounterInfo =
+      object.boolean("interfacePolicingCountersPerLagMemberCounterInfo",
+                     hw.interfacePolicingCountersPerLagMemberCounterInfo);
 }
 
 void readInterfaces(const Reader& r, const Json& value, const std::string& where, State& state) {
@@ -42,14 +46,18 @@ void readInterfaces(const Reader& r, const Json& value, const std::string& where
     JsonObject object(r, interfaces[i], Reader::pointer(where, i), {"name", "ifIndex", "members"});
     Linko::IntfId intf = object.interface("name");
     InterfaceState interface;
-    interface.ifIndex =
-        static_cast<U32>(object.number("ifIndex", maxIfIndex, defaultIfIndex(intf)));
-    if (interface.ifIndex == 0) {
-      r.fail(object.at("ifIndex"), "an ifIndex is 1 or more");
-    }
-    if (!ifIndexes.insert(interface.ifIndex).second) {
-      r.fail(object.member("ifIndex") ? object.at("ifIndex") : object.where(),
-             fmt::format("ifIndex {} is already another interface's", interface.ifIndex));
+    // An explicit null: the interface has no ifIndex.
+    const Json* given = object.member("ifIndex");
+    if (!given || !given->is_null()) {
+      U32 ifIndex = static_cast<U32>(object.number("ifIndex", maxIfIndex, defaultIfIndex(intf)));
+      if (ifIndex == 0) {
+        r.fail(object.at("ifIndex"), "an ifIndex is 1 or more");
+      }
+      if (!ifIndexes.insert(ifIndex).second) {
+        r.fail(given ? object.at("ifIndex") : object.where(),
+               fmt::format("ifIndex {} is already another interface's", ifIndex));
+      }
+      interface.ifIndex = ifIndex;
     }
     if (object.member("members") && !isPortChannel(intf)) {
       r.fail(object.at("members"), "only a port channel has members");
@@ -95,6 +103,10 @@ void readServicePolicies(const Reader& r, const Json& value, const std::string& 
       r.fail(object.at("interface"),
              fmt::format("{} is a port channel member; apply the policy to its port channel",
                          intf.name()));
+    }
+    if (!state.interfaces.at(intf).ifIndex) {
+      r.fail(object.at("interface"),
+             fmt::format("{} has no ifIndex, so no QoS MIB row can show its policy", intf.name()));
     }
     Qos::Direction direction = object.spelled("direction", directionSpellings, "direction");
     ServicePolicyState policy;

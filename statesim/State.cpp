@@ -2,9 +2,11 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
+#include "JsonDocument.h"
 #include "Sections.h"
 
 namespace StateSim {
@@ -52,20 +54,6 @@ const PolicyClassState* findClass(const PolicyMapState& policyMap, const Snmp::S
 
 namespace {
 
-std::string lineAndColumn(std::string_view text, size_t byte) {
-  // nlohmann reports the count of bytes read, so the offending byte is the one before.
-  size_t offset = byte == 0 ? 0 : std::min(byte - 1, text.size());
-  size_t line = 1;
-  size_t lineStart = 0;
-  for (size_t i = 0; i < offset; ++i) {
-    if (text[i] == '\n') {
-      ++line;
-      lineStart = i + 1;
-    }
-  }
-  return fmt::format("line {}, column {}", line, offset - lineStart + 1);
-}
-
 using SectionReader = void (*)(const Reader&, const Json&, const std::string&, State&);
 
 // In the order that lets each section check its references to the ones before it.
@@ -78,27 +66,21 @@ constexpr std::pair<std::string_view, SectionReader> sections[] = {
     {"classCounters", readClassCounters},
     {"ecnCounters", readEcnCounters},
     {"ecnQueues", readEcnQueues},
+    {"policerProfiles", readPolicerProfiles},
+    {"policerInstances", readPolicerInstances},
+    {"interfacePolicers", readInterfacePolicers},
 };
 
 }  // namespace
 
 State parseState(std::string_view text, const std::string& file) {
-  Json document;
-  try {
-    document = Json::parse(text);
-  } catch (const Json::parse_error& e) {
-    // e.what() is "[json.exception.parse_error.101] parse error at line 1, column 2: ...".
-    std::string message = e.what();
-    size_t colon = message.find(": ");
-    throw StateFileError(file, lineAndColumn(text, e.byte),
-                         colon == std::string::npos ? message : message.substr(colon + 2));
-  }
-
+  const Json document = parseDocument(text, file);
   Reader r(file);
   State state;
-  JsonObject top(r, document, "",
-                 {"hardware", "interfaces", "classMaps", "policyMaps", "servicePolicies",
-                  "classCounters", "ecnCounters", "ecnQueues"});
+  JsonObject top(
+      r, document, "",
+      {"hardware", "interfaces", "classMaps", "policyMaps", "servicePolicies", "classCounters",
+       "ecnCounters", "ecnQueues", "policerProfiles", "policerInstances", "interfacePolicers"});
   for (const auto& [name, read] : sections) {
     if (const Json* value = top.member(name)) {
       read(r, *value, top.at(name), state);
@@ -108,6 +90,10 @@ State parseState(std::string_view text, const std::string& file) {
 }
 
 State readStateFile(const std::string& path) {
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error)) {
+    throw StateFileError(path, "open", "is a directory, not a state file");
+  }
   std::ifstream in(path, std::ios::binary);
   if (!in) {
     throw StateFileError(path, "open", std::strerror(errno));

@@ -10,13 +10,18 @@
 //   classCounters    counters of a class of an applied policy map, per direction
 //   ecnCounters      named chip-level ECN counters
 //   ecnQueues        per-queue ECN counters of an interface
+//   policerProfiles  named policing profiles with their rates and bursts
+//   policerInstances named policers and the profile each is configured with
+//   interfacePolicers the policer on each interface member, per direction, and its counters
 //
 // docs/state-file.md describes every member. Objects reject unknown members, so a typo is an
 // error and not a silently missing row. parseState() and readStateFile() validate everything,
 // including the references between sections (a policy map class names an existing class map, a
 // service policy an existing interface and policy map, ...), so applying a State never fails on
-// its content. Errors are StateFileError: the file, where in it (line and column for malformed
-// JSON, a JSON pointer such as "/classMaps/2/type" for a bad field) and what is wrong.
+// its content. The text is UTF-8 JSON without a byte-order mark, and no object names a member
+// twice (JsonDocument.h). Errors are StateFileError: the file, where in it (line and column for
+// malformed JSON, a JSON pointer such as "/classMaps/2/type" for a bad field) and what is wrong,
+// quoting no more than a short excerpt of the file (Excerpt.h).
 #pragma once
 
 #include <map>
@@ -29,8 +34,11 @@
 #include <vector>
 
 #include "Acl/Ecn.h"
+#include "InterfacePolicing/PolicerName.h"
+#include "InterfacePolicing/PolicerType.h"
 #include "Linko/IntfId.h"
 #include "Qos/ClassMapMatch.h"
+#include "Qos/IntfPairKey.h"
 #include "Qos/PolicyMapStatus.h"
 #include "Qos/Types.h"
 #include "QosSnmp/QosMibIndexes.h"
@@ -49,12 +57,16 @@ struct HardwareState {
   // Defaults of the ECN queue members of the same names.
   bool useEcnCountersShoal = false;
   bool ecnQLocallyMarkedSupported = false;
+  // Qos::AclHwStatus: port channel members count their policers apart.
+  bool interfacePolicingCountersPerLagMemberCounterInfo = false;
 
   friend bool operator==(const HardwareState&, const HardwareState&) = default;
 };
 
 struct InterfaceState {
-  U32 ifIndex = 0;
+  // None: the interface has no ifIndex; the reader refuses service policies and ECN queues on
+  // such an interface, as no QoS MIB row could show them.
+  std::optional<U32> ifIndex;
   std::vector<Linko::IntfId> members;  // port channels only
 
   friend bool operator==(const InterfaceState&, const InterfaceState&) = default;
@@ -177,6 +189,65 @@ struct EcnInterfaceState {
 
 using ServicePolicyKey = std::pair<Linko::IntfId, Qos::Direction>;
 
+// A policing profile's committed and peak rates and bursts, each with its unit.
+struct PolicerRatesState {
+  U64 cir = 0;
+  Qos::RateUnit cirUnit = Qos::RateUnit::rateUnitKbps_;
+  U64 bc = 0;
+  Qos::BurstUnit bcUnit = Qos::BurstUnit::burstUnitBytes_;
+  U64 pir = 0;
+  Qos::RateUnit pirUnit = Qos::RateUnit::rateUnitKbps_;
+  U64 be = 0;
+  Qos::BurstUnit beUnit = Qos::BurstUnit::burstUnitBytes_;
+
+  friend bool operator==(const PolicerRatesState&, const PolicerRatesState&) = default;
+};
+
+struct PolicerProfileState {
+  std::optional<PolicerRatesState> rates;  // none: the profile has no rate/burst configuration
+
+  friend bool operator==(const PolicerProfileState&, const PolicerProfileState&) = default;
+};
+
+struct PolicerInstanceState {
+  Mox::String profile;  // as configured: may be empty or name no profile
+
+  friend bool operator==(const PolicerInstanceState&, const PolicerInstanceState&) = default;
+};
+
+// The six counts of an interface policer; the yellow counts are part of the sent counts.
+struct IntfPolicerCounts {
+  U64 pktsDropped = 0;
+  U64 pktsSent = 0;
+  U64 bytesDropped = 0;
+  U64 bytesSent = 0;
+  U64 yellowPktsSent = 0;
+  U64 yellowBytesSent = 0;
+
+  friend bool operator==(const IntfPolicerCounts&, const IntfPolicerCounts&) = default;
+};
+
+// Names one interface policer: the member of an interface that carries it (a plain port is its
+// own member), and the direction.
+struct IntfPolicerKey {
+  Linko::IntfId interface;
+  Linko::IntfId member;
+  Qos::Direction direction = Qos::Direction::directionInput_;
+
+  Qos::IntfPairKey pair() const noexcept { return {interface, member}; }
+
+  friend bool operator==(const IntfPolicerKey&, const IntfPolicerKey&) = default;
+  friend auto operator<=>(const IntfPolicerKey&, const IntfPolicerKey&) = default;
+};
+
+struct IntfPolicerState {
+  InterfacePolicing::PolicerName profile;                      // may be empty
+  std::optional<InterfacePolicing::PolicerName> groupPolicer;  // none: no group policer
+  std::optional<IntfPolicerCounts> counters;  // none: the hardware keeps no counters for it
+
+  friend bool operator==(const IntfPolicerState&, const IntfPolicerState&) = default;
+};
+
 struct State {
   HardwareState hardware;
   std::map<Linko::IntfId, InterfaceState> interfaces;
@@ -186,6 +257,9 @@ struct State {
   std::map<QosSnmp::QosStatsTableIndex, ClassCountersState> classCounters;
   std::map<Snmp::String, EcnCounterState> ecnCounters;
   std::map<Linko::IntfId, EcnInterfaceState> ecnQueues;
+  std::map<InterfacePolicing::PolicerName, PolicerProfileState> policerProfiles;
+  std::map<InterfacePolicing::PolicerName, PolicerInstanceState> policerInstances;
+  std::map<IntfPolicerKey, IntfPolicerState> interfacePolicers;
 
   friend bool operator==(const State&, const State&) = default;
 };
@@ -205,7 +279,7 @@ class StateFileError : public std::runtime_error {
   // what() is "<file>: <where>: <message>".
   StateFileError(std::string file, std::string where, const std::string& message);
   const std::string& file() const noexcept { return file_; }
-  // "line L, column C" or a JSON pointer.
+  // "line L, column C", a JSON pointer, or "open" or "read" for a file that cannot be read.
   const std::string& where() const noexcept { return where_; }
 
  private:
@@ -215,7 +289,8 @@ class StateFileError : public std::runtime_error {
 
 // Parses the text of a state file; `file` names it in errors.
 State parseState(std::string_view text, const std::string& file);
-// Reads and parses the state file at `path`; an unreadable file is a StateFileError too.
+// Reads and parses the state file at `path`; an unreadable file or a directory is a
+// StateFileError too.
 State readStateFile(const std::string& path);
 
 }  // namespace StateSim

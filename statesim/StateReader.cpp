@@ -38,9 +38,22 @@ bool Reader::boolean(const Json& value, const std::string& where) const {
 
 U64 Reader::number(const Json& value, const std::string& where, U64 max) const {
   if (!value.is_number_unsigned() || value.get<U64>() > max) {
-    fail(where, fmt::format("expected a whole number from 0 to {}, found {}", max, value.dump()));
+    fail(where, fmt::format("expected a whole number from 0 to {}, found {}", max, shown(value)));
   }
   return value.get<U64>();
+}
+
+const std::string& Reader::identifier(const Json& value, const std::string& where,
+                                      std::string_view what, size_t maxLength) const {
+  const std::string& id = string(value, where);
+  if (id.empty() || id.size() > maxLength) {
+    fail(where, fmt::format("{} {} is 1 to {} bytes long, not {}", article(what), what, maxLength,
+                            id.size()));
+  }
+  if (id.find('\0') != std::string::npos) {
+    fail(where, fmt::format("{} {} has no NUL byte, not '{}'", article(what), what, excerpt(id)));
+  }
+  return id;
 }
 
 Linko::IntfId Reader::interface(const Json& value, const std::string& where) const {
@@ -48,7 +61,8 @@ Linko::IntfId Reader::interface(const Json& value, const std::string& where) con
   try {
     return Linko::IntfId::fromName(name);
   } catch (const Quill::RangeException&) {
-    fail(where, fmt::format("'{}' is not an interface name (Ethernet<n>, Port-Channel<n>)", name));
+    fail(where, fmt::format("'{}' is not an interface name (Ethernet<n>, Port-Channel<n>)",
+                            excerpt(name)));
   }
 }
 

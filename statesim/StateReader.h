@@ -1,8 +1,9 @@
 // StateSim::Reader and StateSim::JsonObject: typed reading of a state file's JSON document.
 //
 // Every read names the value by its JSON pointer ("/policyMaps/0/classes/2/classMap"), and every
-// failure is a StateFileError with the file, that pointer and what was expected. Enumerations
-// are read by name or by the number of one of the names. Used by the section readers only.
+// failure is a StateFileError with the file, that pointer and what was expected, quoting the
+// input through Excerpt.h. Enumerations are read by name or by the number of one of the names.
+// Used by the section readers only.
 #pragma once
 
 #include <algorithm>
@@ -13,14 +14,13 @@
 #include <utility>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
+#include "Excerpt.h"
+#include "JsonDocument.h"
 #include "Quill/IntTypes.h"
 #include "State.h"
 
 namespace StateSim {
-
-using Json = nlohmann::json;
 
 // The names of an enumeration's values, as a state file spells them.
 template <typename E>
@@ -39,6 +39,10 @@ class Reader {
   bool boolean(const Json& value, const std::string& where) const;
   // A non-negative integer no greater than `max`.
   U64 number(const Json& value, const std::string& where, U64 max) const;
+  // An identifier: a string of 1 to `maxLength` bytes without NUL; `what` names it in errors
+  // ("class map id").
+  const std::string& identifier(const Json& value, const std::string& where, std::string_view what,
+                                size_t maxLength) const;
   // An interface name ("Ethernet1", "Port-Channel10").
   Linko::IntfId interface(const Json& value, const std::string& where) const;
 
@@ -59,7 +63,7 @@ class Reader {
       fail(where, fmt::format("expected {} {} name or number, found {}", article(what), what,
                               value.type_name()));
     }
-    fail(where, fmt::format("{} is not {} {} ({})", value.dump(), article(what), what, known));
+    fail(where, fmt::format("{} is not {} {} ({})", shown(value), article(what), what, known));
   }
 
   // "an" before a vowel ("an ECN value"), "a" otherwise ("a class map type").
@@ -70,8 +74,9 @@ class Reader {
                : "a";
   }
 
+  // The pointer of a member; a long name is cut (see Excerpt.h), so it is for messages only.
   static std::string pointer(const std::string& where, std::string_view member) {
-    return (Json::json_pointer(where) / std::string(member)).to_string();
+    return where + "/" + pointerToken(member);
   }
   static std::string pointer(const std::string& where, size_t element) {
     return fmt::format("{}/{}", where, element);

@@ -309,6 +309,55 @@ TEST(StateTest, ReadsEcnCountersAndQueues) {
       "/ecnQueues/0/queues/0/queue: expected a whole number from 0 to 15, found 16");
 }
 
+TEST(StateTest, IdentifiersHaveNoNulByte) {
+  EXPECT_EQ(ErrorOf(R"({"classMaps": [{"id": "cm\u0000voice", "type": "qos"}]})"),
+            "/classMaps/0/id: a class map id has no NUL byte, not 'cm\\x00voice'");
+  EXPECT_EQ(ErrorOf(R"({"policyMaps": [{"id": "\u0000", "type": "qos"}]})"),
+            "/policyMaps/0/id: a policy map id has no NUL byte, not '\\x00'");
+  EXPECT_EQ(ErrorOf(R"({"classMaps": [{"id": "V", "type": "qos"}], "policyMaps": [
+                        {"id": "P", "type": "qos", "classes": [{"classMap": "V\u0000"}]}]})"),
+            "/policyMaps/0/classes/0/classMap: a class map id has no NUL byte, not 'V\\x00'");
+  EXPECT_EQ(ErrorOf(R"({"ecnCounters": [{"descriptor": "ce\u0000"}]})"),
+            "/ecnCounters/0/descriptor: a descriptor has no NUL byte, not 'ce\\x00'");
+  EXPECT_EQ(ErrorOf(R"({"interfaces": [{"name": "Ethernet1\u0000"}]})"),
+            "/interfaces/0/name: 'Ethernet1\\x00' is not an interface name (Ethernet<n>, "
+            "Port-Channel<n>)");
+  // A name is data, not an identifier: served as it is.
+  auto state = StateSim::parseState(
+      R"({"classMaps": [{"id": "V", "type": "qos", "name": "a\u0000b"}]})", "test.json");
+  EXPECT_EQ(state.classMaps.begin()->second.name.size(), 3U);
+}
+
+TEST(StateTest, ErrorsQuoteAtMostFortyBytesOfTheInput) {
+  const std::string huge(1 << 20, 'x');
+  const std::string cut = std::string(40, 'x') + "...";
+  EXPECT_EQ(ErrorOf(R"({")" + huge + R"(": 1})"), "/" + cut + ": unknown member");
+  EXPECT_EQ(
+      ErrorOf(R"({"classMaps": [{"id": "a", "type": ")" + huge + R"("}]})"),
+      "/classMaps/0/type: \"" + cut + "\" is not a class map type (controlPlane, qos, qosStatic)");
+  EXPECT_EQ(ErrorOf(R"({"ecnCounters": [{"descriptor": "d", "count": ")" + huge + R"("}]})"),
+            "/ecnCounters/0/count: expected a whole number from 0 to 18446744073709551615, found "
+            "\"" +
+                cut + "\"");
+  EXPECT_EQ(
+      ErrorOf(R"({"interfaces": [{"name": ")" + huge + R"("}]})"),
+      "/interfaces/0/name: '" + cut + "' is not an interface name (Ethernet<n>, Port-Channel<n>)");
+  EXPECT_EQ(ErrorOf(With(R"("classCounters": [{"policyMap": "P", "classMap": "V",
+      "direction": "input", "interfaces": {")" +
+                         huge + R"(": {}}}])")),
+            "/classCounters/0/interfaces/" + cut + ": '" + cut +
+                "' is not an interface name (Ethernet<n>, Port-Channel<n>)");
+  auto match = [](const std::string& m) {
+    return ErrorOf(R"({"classMaps": [{"id": "M", "type": "qos", "matches": [)" + m + "]}]}");
+  };
+  EXPECT_EQ(
+      match(R"({"type": "dscpEcn", "dscp": ")" + huge + R"("})"),
+      "/classMaps/0/matches/0/dscp: '" + cut + "' is not a DSCP name (CS0-CS7, AF11-AF43, EF)");
+  EXPECT_EQ(match(R"({"type": "vlan", "vlanRanges": ["9-)" + std::string(1 << 20, '0') + R"(1"]})"),
+            "/classMaps/0/matches/0/vlanRanges/0: range '9-" + std::string(38, '0') +
+                "...' runs backwards");
+}
+
 TEST(StateTest, MembersWithSlashesAreEscapedInThePointer) {
   EXPECT_EQ(ErrorOf(R"({"a/b~c": 1})"), "/a~1b~0c: unknown member");
 }
@@ -320,6 +369,16 @@ TEST(StateFileTest, UnreadableFileIsAStateFileError) {
   } catch (const StateSim::StateFileError& e) {
     EXPECT_EQ(e.file(), "/nonexistent/state.json");
     EXPECT_EQ(e.where(), "open");
+  }
+}
+
+TEST(StateFileTest, DirectoryIsNamedAsSuch) {
+  try {
+    StateSim::readStateFile(QOSSNMP_EXAMPLES_DIR);
+    FAIL();
+  } catch (const StateSim::StateFileError& e) {
+    EXPECT_EQ(e.what(),
+              std::string(QOSSNMP_EXAMPLES_DIR) + ": open: is a directory, not a state file");
   }
 }
 

@@ -82,7 +82,7 @@ void StatsWriter::stateIs(const State& state, QosSnmp::QosMib& mib) {
 
     std::set<Mox::String> names;
     for (Linko::IntfId intf : interfaces) {
-      U32 ifIndex = state.interfaces.at(intf).ifIndex;
+      U32 ifIndex = *state.interfaces.at(intf).ifIndex;
       PerIntfKey key(index.policyMapId, index.policyMapType, index.classMapId, index.direction,
                      ifIndex);
       Mox::String name = intf.name();

@@ -29,12 +29,14 @@ void StatusSource::stateIs(const State& state) {
   stats_.stateIs(state, *qosMib_);
   config_.stateIs(state, stats_, *qosMib_);
   ecn_.stateIs(state, *qosMib_);
+  policing_.stateIs(state);
   state_ = state;
 }
 
 void StatusSource::tick() {
   stats_.tick();
   ecn_.tick();
+  policing_.tick();
 }
 
 }  // namespace StateSim

@@ -5,6 +5,11 @@
 // cmapByStaticType member of each built-in control-plane class map. ConfigWriter, StatsWriter
 // and EcnWriter say which objects and rows a state makes.
 //
+// It also publishes the switch's policing status, which the policing MIB's table state machines
+// watch: qosStatus() (whose policingStatus is one Qos::PolicingStatus for the source's life),
+// aclHwStatus() and ifMib(), read-only and alive as long as the source. PolicingWriter says how
+// a state reaches their collections, one notification per changed key.
+//
 // stateIs() applies a new State as key-level changes, as the real agent publishes edits: a key
 // that stays keeps its status object and its row, and a changed value is written into that
 // status object in place (the row reads it at the next request); a row whose constructor
@@ -24,6 +29,7 @@
 #include "ConfigWriter.h"
 #include "Cordb/Dir.h"
 #include "EcnWriter.h"
+#include "PolicingWriter.h"
 #include "QosSnmp/QosMib.h"
 #include "Quill/Ptr.h"
 #include "State.h"
@@ -53,6 +59,14 @@ class StatusSource {
   const ConfigWriter& config() const noexcept { return config_; }
   const StatsWriter& stats() const noexcept { return stats_; }
   const EcnWriter& ecn() const noexcept { return ecn_; }
+  const PolicingWriter& policing() const noexcept { return policing_; }
+
+  // The QoS agent's status; its policingStatus never changes. Never null.
+  Quill::Ptr<Qos::Status const> qosStatus() const { return policing_.qosStatus(); }
+  // The hardware's policing capabilities, written in place on each state. Never null.
+  Quill::Ptr<Qos::AclHwStatus const> aclHwStatus() const { return policing_.aclHwStatus(); }
+  // The interface MIB's ifIndex map. Never null.
+  Quill::Ptr<IntfSnmp::IfMib const> ifMib() const { return policing_.ifMib(); }
 
   void stateIs(const State& state);
   // Reads the state file at `path` and applies it; on StateFileError nothing changes.
@@ -67,6 +81,7 @@ class StatusSource {
   StatsWriter stats_;
   ConfigWriter config_;
   EcnWriter ecn_;
+  PolicingWriter policing_;
 };
 
 }  // namespace StateSim

@@ -24,6 +24,9 @@ from snmpclient import NetSnmp, PySnmp
 REPO = Path(__file__).resolve().parents[2]
 READY_LINE = "qossnmpd: ready"
 READY_TIMEOUT_S = 20
+# The table state machines of the policing modules, which log when their tables are complete.
+TABLE_SMS = ("PolicingProfileTableSm", "PolicerInstanceTableSm", "IfPolicerInStatsTableSm",
+             "IfPolicerOutStatsTableSm")
 STOP_TIMEOUT_S = 10
 
 # The map types of a state file and the veloraClassMapType value each is served as.
@@ -33,6 +36,9 @@ MIB_MATCH_CONDITION = {"any": 1, "all": 2}
 
 def pytest_configure(config):
     config.addinivalue_line("markers", "slow: a test over a large table (tens of seconds)")
+    config.addinivalue_line(
+        "markers", "hostile: a robustness test (hostile input, churn, faults); ctest runs these "
+        "against the sanitizer build only (label hostile)")
 
 
 @pytest.fixture(scope="session")
@@ -158,6 +164,16 @@ class Agent:
 
     def wait_ready(self) -> "Agent":
         self.process.wait_for_output(READY_LINE)
+        return self
+
+    def wait_tables_ready(self) -> "Agent":
+        """Waits until the table state machines have filled the policing tables (each logs
+        "qossnmpd: <Sm> ready after ..." once)."""
+        deadline = time.monotonic() + READY_TIMEOUT_S
+        while self.output().count("Sm ready after") < len(TABLE_SMS):
+            assert self.process.popen.poll() is None, self.output()
+            assert time.monotonic() < deadline, f"table Sms not ready:\n{self.output()}"
+            time.sleep(0.05)
         return self
 
     def netsnmp(self, auth: Sequence[str] = ("-v2c", "-c", "public")) -> NetSnmp:

@@ -84,3 +84,97 @@ class TestMalformedFileAtStart:
         status = agent.process.popen.wait(20)
         assert status != 0
         assert str(tmp_path / "absent.json") in agent.output()
+
+
+# Files that JSON parsers take or that their messages echo whole: each refused at its place, in
+# one short line. (file bytes, texts the message names besides the file)
+HUGE_NAME = "x" * (10 << 20)
+REFUSED = {
+    "utf8-byte-order-mark": (b'\xef\xbb\xbf{"classMaps": []}',
+                             ["line 1, column 1", "UTF-8 byte-order mark"]),
+    "utf16-with-byte-order-mark": ('{"classMaps": []}'.encode("utf-16"),
+                                   ["line 1, column 1", "UTF-16 little-endian"]),
+    "utf16-without-byte-order-mark": ('{"classMaps": []}'.encode("utf-16-be"),
+                                      ["line 1, column 1", "UTF-16 big-endian"]),
+    "nul-byte": (b'{"classMaps": [\n  \x00]}', ["line 2, column 3", "NUL byte"]),
+    "member-twice": (b'{"classMaps": [{"id": "a", "type": "qos", "id": "b"}]}',
+                     ["/classMaps/0/id", "member 'id' appears twice"]),
+    "section-twice": (b'{"classMaps": [], "interfaces": [], "classMaps": []}',
+                      ["/classMaps", "member 'classMaps' appears twice"]),
+    "nul-in-id": (b'{"classMaps": [{"id": "cm\\u0000voice", "type": "qos"}]}',
+                  ["/classMaps/0/id", "NUL byte", "cm\\x00voice"]),
+    "invalid-utf8-in-id": (b'{"classMaps": [{"id": "cm\xffvoice", "type": "qos"}]}',
+                           ["line 1, column 26", "/classMaps/0/id", "ill-formed UTF-8", "\\xFF"]),
+    "huge-member-name": (('{"classMaps": [], "%s": 1}' % HUGE_NAME).encode(),
+                         ["/" + "x" * 40 + "...", "unknown member"]),
+}
+# The most characters a message may take besides the file names in it.
+SHORT_LINE = 200
+
+
+def lines_naming(output: str, path) -> list[str]:
+    return [line for line in output.splitlines() if str(path) in line]
+
+
+def assert_short(line: str, path) -> None:
+    assert len(line.replace(str(path), "")) < SHORT_LINE, line[:1000]
+
+
+class TestRefusedOnReload:
+    @pytest.fixture
+    def agent(self, start_agent):
+        agent = start_agent(BEFORE)
+        assert agent.netsnmp().walk(CLASS_MAP_TABLE) == expected_walk(BEFORE)
+        return agent
+
+    def failed_reloads(self, agent) -> list[str]:
+        return [line for line in lines_naming(agent.output(), agent.state_path)
+                if "reload of" in line and "failed" in line]
+
+    @pytest.mark.parametrize("name", REFUSED)
+    def test_previous_rows_stay_and_one_short_line_names_the_fault(self, agent, name):
+        data, texts = REFUSED[name]
+        agent.state_path.write_bytes(data)
+        agent.reload()
+        assert agent.netsnmp().walk(CLASS_MAP_TABLE) == expected_walk(BEFORE)
+        assert agent.pysnmp().walk(CLASS_MAP_TABLE) == expected_walk(BEFORE)
+        [line] = self.failed_reloads(agent)
+        assert_short(line, agent.state_path)
+        for text in texts:
+            assert text in line
+
+    def test_huge_member_name_stays_out_of_the_log_at_every_reload(self, agent):
+        agent.state_path.write_bytes(REFUSED["huge-member-name"][0])
+        for _ in range(3):
+            agent.reload()
+        assert agent.netsnmp().walk(CLASS_MAP_TABLE) == expected_walk(BEFORE)
+        lines = self.failed_reloads(agent)
+        assert len(lines) == 3
+        assert len(agent.output()) < 4096, agent.output()[:1000]
+        agent.write_state(AFTER)
+        agent.reload()
+        assert agent.netsnmp().walk(CLASS_MAP_TABLE) == expected_walk(AFTER)
+
+
+class TestRefusedAtStart:
+    @pytest.mark.parametrize("name", REFUSED)
+    def test_agent_exits_1_with_one_short_line_naming_file_and_position(self, start_agent,
+                                                                         tmp_path, name):
+        data, texts = REFUSED[name]
+        path = tmp_path / f"{name}.json"
+        path.write_bytes(data)
+        agent = start_agent(wait=False, args=["--state", str(path)])
+        status = agent.process.popen.wait(20)
+        output = agent.output()
+        assert status == 1, output[:1000]
+        [line] = lines_naming(output, path)
+        assert_short(line, path)
+        for text in texts:
+            assert text in line
+        assert READY_LINE not in output
+
+    def test_directory_is_named_as_such(self, start_agent, tmp_path):
+        agent = start_agent(wait=False, args=["--state", str(tmp_path)])
+        assert agent.process.popen.wait(20) == 1
+        [line] = lines_naming(agent.output(), tmp_path)
+        assert f"{tmp_path}: open: is a directory" in line

@@ -1,0 +1,82 @@
+#include "TableSms.h"
+
+#include <net-snmp/net-snmp-config.h>
+#include <net-snmp/net-snmp-includes.h>
+
+#include "QosSnmp/IfPolicerMib.h"
+#include "QosSnmp/IfPolicerMibTableSm.h"
+#include "QosSnmp/PolicingMib.h"
+#include "QosSnmp/PolicingMibTableSm.h"
+
+namespace Agent {
+
+namespace {
+
+// The asynchronous control record of every Sm: the agent's scheduler, one priority for all.
+Rivo::SmControl controlOn(const Quill::Ptr<Dovo::TaskScheduler>& scheduler) {
+  Rivo::SmControl control;
+  control.scheduler = scheduler;
+  control.priority = 1;
+  control.synchronousMode = 2;
+  return control;
+}
+
+}  // namespace
+
+TableSms::TableSms(Quill::Ptr<Dovo::TaskScheduler> scheduler) : scheduler_(std::move(scheduler)) {}
+
+TableSms::~TableSms() {
+  stop();
+}
+
+void TableSms::start(const StateSim::StatusSource& source, const PolicingModels& models) {
+  started_ = std::chrono::steady_clock::now();
+  const Rivo::SmControl control = controlOn(scheduler_);
+  const auto& policingMib = models.policingMib();
+  watch("PolicingProfileTableSm",
+        QosSnmp::policingProfileTableSmFactory(policingMib, source.qosStatus(), control));
+  watch("PolicerInstanceTableSm",
+        QosSnmp::policerInstanceTableSmFactory(policingMib, source.qosStatus(), control));
+  const auto& ifPolicerMib = models.ifPolicerMib();
+  watch("IfPolicerInStatsTableSm",
+        QosSnmp::ifPolicerInStatsTableSmFactory(ifPolicerMib, source.qosStatus(),
+                                                source.aclHwStatus(), source.ifMib(), control));
+  watch("IfPolicerOutStatsTableSm",
+        QosSnmp::ifPolicerOutStatsTableSmFactory(ifPolicerMib, source.qosStatus(),
+                                                 source.aclHwStatus(), source.ifMib(), control));
+}
+
+template <typename Sm>
+void TableSms::watch(std::string name, Quill::Ptr<Sm> sm) {
+  auto watched = std::make_unique<Watched>();
+  Watched* w = watched.get();
+  Sm* raw = sm.get();
+  w->name = std::move(name);
+  w->sm = sm;
+  w->ready = [raw] { return raw->ready(); };
+  auto report = [this, w] {
+    if (!w->logged && w->ready()) {
+      w->logged = true;
+      std::chrono::duration<double> after = std::chrono::steady_clock::now() - started_;
+      snmp_log(LOG_INFO, "qossnmpd: %s ready after %.3f s\n", w->name.c_str(), after.count());
+    }
+  };
+  w->subscription = sm->readinessChanges().subscribe(report);
+  sms_.push_back(std::move(watched));
+  report();
+}
+
+bool TableSms::ready() const {
+  for (const auto& w : sms_) {
+    if (!w->ready()) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void TableSms::stop() {
+  sms_.clear();
+}
+
+}  // namespace Agent
