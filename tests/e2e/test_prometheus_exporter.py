@@ -97,7 +97,8 @@ def exporter(tmp_path):
 
 @pytest.fixture
 def example_agent(start_agent):
-    return start_agent(state_text=EXAMPLE.read_text())
+    """qossnmpd on the example, once its policing tables are filled too."""
+    return start_agent(state_text=EXAMPLE.read_text()).wait_tables_ready()
 
 
 def target(agent) -> str:
@@ -165,8 +166,7 @@ SNMP_NUMBERS = {"Counter64", "INTEGER", "Gauge32"}
 def test_every_numeric_series_is_one_cell_of_the_walk(example_agent, exporter, snmp_yml, module):
     """Each counter and gauge column of the module: the exporter's series are exactly the
     column's rows (none lost, none made up), each labelled so that it names its row, with the
-    row's value. The policing modules' tables are empty on the example; for them this checks
-    that the exporter finds their tables and reports nothing where the agent has no rows."""
+    row's value."""
     families = exporter.scrape(target(example_agent), module)
     walk = {}
     for root in snmp_yml[module]["walk"]:
@@ -176,20 +176,13 @@ def test_every_numeric_series_is_one_cell_of_the_walk(example_agent, exporter, s
     for metric in numeric:
         column = parse_oid(metric["oid"])
         rows = {oid: v for oid, v in walk.items() if oid[:len(column)] == column}
-        if module == "velora_qos":
-            assert rows, f"{metric['name']}: no rows in the example"
+        assert rows, f"{metric['name']}: no rows in the example"
         scraped = {instance_oid(metric, s.labels): s.value
-                   for s in families.get(metric["name"], NoFamily()).samples}
+                   for s in families[metric["name"]].samples}
         assert scraped.keys() == rows.keys(), metric["name"]
         assert all(rows[oid].type in SNMP_NUMBERS for oid in rows), metric["name"]
         assert scraped == {oid: float(v.value) for oid, v in rows.items()}, metric["name"]
-        if rows:
-            assert families[metric["name"]].type == NUMERIC[metric["type"]]
-
-
-class NoFamily:
-    """A family the scrape did not have: the exporter leaves out columns without rows."""
-    samples: list = []
+        assert families[metric["name"]].type == NUMERIC[metric["type"]]
 
 
 def test_enumerations_and_texts_read_by_name(example_agent, exporter):
@@ -208,3 +201,14 @@ def test_enumerations_and_texts_read_by_name(example_agent, exporter):
     directions = {s.labels["veloraServicePolicyDirection"]
                   for s in families["veloraQosPktsSent"].samples}
     assert directions == {"input", "output"}
+
+
+def test_interface_policer_series_carry_their_profile_name(example_agent, exporter):
+    families = exporter.scrape(target(example_agent), "velora_if_policer")
+    in_profile = (1, 3, 6, 1, 4, 1, ENTERPRISE_ARC, 3, 43, 1, 1, 1, 2)
+    profiles = {v.oid[-1]: v.value.decode()
+                for v in example_agent.netsnmp().walk(in_profile)}
+    dropped = families["veloraIfPolicerInStatsPktsDropped"].samples
+    labelled = {int(s.labels["veloraIfPolicerInStatsIfIndex"]):
+                s.labels["veloraIfPolicerInStatsProfile"] for s in dropped}
+    assert profiles and labelled == profiles
