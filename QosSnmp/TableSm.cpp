@@ -270,26 +270,34 @@ void TableSmBase::doDeleteAll() {
   }
 }
 
-// --- StoreOutput (declared in TableSmOutputs.h) ---
+// --- OutputBase, StoreOutput (declared in TableSmOutputs.h) ---
 
-void StoreOutput::handleInputReady() {
+bool OutputBase::inputsComplete() {
   if (!root_.initialized()) {
-    return;
+    return false;
   }
+  QTRACE(root_.trace(), 9, "{}: handle{}InputReady", root_.smClass(), name_);
   if (root_.outputState().outputReady(index_)) {
     QTRACE(root_.trace(), 9, "{}:  already ready, not reconciling.", root_.smClass());
-    return;
+    return false;
   }
   for (size_t s = 0; s < root_.inputSmScanState().streams(); ++s) {
     if (!root_.inputSmScanState().streamScan(s)) {
-      return;
+      return false;  // the event-producing scan has not finished
     }
   }
   if (!root_.initialScanDone()) {
-    return;
+    root_.handleInitialScanDone();
+    return false;
   }
   QTRACE(root_.trace(), 9, "{}: Input scans for {} complete", root_.smClass(), name_);
-  root_.outputState().outputReadyIs(index_, true);
+  return true;
+}
+
+void StoreOutput::handleInputReady() {
+  if (inputsComplete()) {
+    root_.outputState().outputReadyIs(index_, true);
+  }
 }
 
 [[noreturn]] void missedNotifications(const std::string& collName) {

@@ -114,6 +114,9 @@ class OutputBase {
   virtual void handleInputReady() = 0;
 
  protected:
+  // The readiness checks every output makes first: true once the event-producing scan of every
+  // input is complete and the output is not ready yet (traced as the runtime's steps).
+  bool inputsComplete();
   TableSmBase& root_;
   std::string name_;
   size_t index_ = 0;  // position in the root's outputs

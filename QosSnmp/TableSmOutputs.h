@@ -78,24 +78,9 @@ class MibTableOutput : public OutputBase {
   }
 
   void handleInputReady() override {
-    if (!root_.initialized()) {
+    if (!inputsComplete()) {
       return;
     }
-    QTRACE(root_.trace(), 9, "{}: handle{}InputReady", root_.smClass(), name_);
-    if (root_.outputState().outputReady(index_)) {
-      QTRACE(root_.trace(), 9, "{}:  already ready, not reconciling.", root_.smClass());
-      return;
-    }
-    for (size_t s = 0; s < root_.inputSmScanState().streams(); ++s) {
-      if (!root_.inputSmScanState().streamScan(s)) {
-        return;  // the event-producing scan has not finished
-      }
-    }
-    if (!root_.initialScanDone()) {
-      root_.handleInitialScanDone();
-      return;
-    }
-    QTRACE(root_.trace(), 9, "{}: Input scans for {} complete", root_.smClass(), name_);
     if (reconciling_ && !sweep()) {
       return;  // continues in the reconciliation task
     }
