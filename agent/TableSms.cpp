@@ -33,42 +33,35 @@ void TableSms::start(const StateSim::StatusSource& source, const PolicingModels&
   started_ = std::chrono::steady_clock::now();
   const Rivo::SmControl control = controlOn(scheduler_);
   const auto& policingMib = models.policingMib();
-  watch("PolicingProfileTableSm",
-        QosSnmp::policingProfileTableSmFactory(policingMib, source.qosStatus(), control));
-  watch("PolicerInstanceTableSm",
-        QosSnmp::policerInstanceTableSmFactory(policingMib, source.qosStatus(), control));
+  watch(QosSnmp::policingProfileTableSmFactory(policingMib, source.qosStatus(), control));
+  watch(QosSnmp::policerInstanceTableSmFactory(policingMib, source.qosStatus(), control));
   const auto& ifPolicerMib = models.ifPolicerMib();
-  watch("IfPolicerInStatsTableSm",
-        QosSnmp::ifPolicerInStatsTableSmFactory(ifPolicerMib, source.qosStatus(),
+  watch(QosSnmp::ifPolicerInStatsTableSmFactory(ifPolicerMib, source.qosStatus(),
                                                 source.aclHwStatus(), source.ifMib(), control));
-  watch("IfPolicerOutStatsTableSm",
-        QosSnmp::ifPolicerOutStatsTableSmFactory(ifPolicerMib, source.qosStatus(),
+  watch(QosSnmp::ifPolicerOutStatsTableSmFactory(ifPolicerMib, source.qosStatus(),
                                                  source.aclHwStatus(), source.ifMib(), control));
 }
 
-template <typename Sm>
-void TableSms::watch(std::string name, Quill::Ptr<Sm> sm) {
+void TableSms::watch(Quill::Ptr<QosSnmp::Flume::TableSmBase> sm) {
   auto watched = std::make_unique<Watched>();
   Watched* w = watched.get();
-  Sm* raw = sm.get();
-  w->name = std::move(name);
-  w->sm = sm;
-  w->ready = [raw] { return raw->ready(); };
+  w->sm = std::move(sm);
   auto report = [this, w] {
-    if (!w->logged && w->ready()) {
+    if (!w->logged && w->sm->ready()) {
       w->logged = true;
       std::chrono::duration<double> after = std::chrono::steady_clock::now() - started_;
-      snmp_log(LOG_INFO, "qossnmpd: %s ready after %.3f s\n", w->name.c_str(), after.count());
+      snmp_log(LOG_INFO, "qossnmpd: %s ready after %.3f s\n", w->sm->smClass().c_str(),
+               after.count());
     }
   };
-  w->subscription = sm->readinessChanges().subscribe(report);
+  w->subscription = w->sm->readinessChanges().subscribe(report);
   sms_.push_back(std::move(watched));
   report();
 }
 
 bool TableSms::ready() const {
   for (const auto& w : sms_) {
-    if (!w->ready()) {
+    if (!w->sm->ready()) {
       return false;
     }
   }

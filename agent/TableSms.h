@@ -16,7 +16,7 @@
 
 #include "Dovo/TaskScheduler.h"
 #include "PolicingModels.h"
-#include "Quill/Object.h"
+#include "QosSnmp/TableSm.h"
 #include "Quill/Ptr.h"
 #include "Quill/Publisher.h"
 #include "StatusSource.h"
@@ -38,14 +38,12 @@ class TableSms {
 
  private:
   struct Watched {
-    std::string name;
-    Quill::Ptr<Quill::Object> sm;
-    std::function<bool()> ready;
+    Quill::Ptr<QosSnmp::Flume::TableSmBase> sm;
     Quill::Publisher<>::Subscription subscription;
     bool logged = false;
   };
-  template <typename Sm>
-  void watch(std::string name, Quill::Ptr<Sm> sm);
+  // Keeps `sm` and logs once when it is ready.
+  void watch(Quill::Ptr<QosSnmp::Flume::TableSmBase> sm);
 
   Quill::Ptr<Dovo::TaskScheduler> scheduler_;
   std::chrono::steady_clock::time_point started_;
