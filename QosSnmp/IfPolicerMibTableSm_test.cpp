@@ -191,16 +191,96 @@ TEST_F(IfPolicerTableSmTest, ScanTasksAreNamedAfterTheirChildren) {
   EXPECT_TRUE(sm->ready());
 }
 
+// --- the policing status lost or replaced ---
+
+TEST_F(IfPolicerTableSmTest, LosingThePolicingStatusDeletesTheRowsAndItsStore) {
+  ifMib_->ifIndexByIntfIdIs(eth1, 1);
+  ifMib_->ifIndexByIntfIdIs(eth2, 2);
+  in(eth1, eth1, "P", 1);
+  in(eth2, eth2, "P", 2);
+  out(eth1, eth1, "P", 3);
+  auto ingress = inSm();
+  auto egress = outSm();
+  status_->policingStatusIs(nullptr);
+  EXPECT_TRUE(inRows().empty());
+  EXPECT_TRUE(outRows().empty());
+  EXPECT_EQ(ingress->localAttrStore().size(), 0U);
+  // The ifIndex map alone makes no row.
+  ifMib_->ifIndexByIntfIdIs(eth5, 5);
+  EXPECT_TRUE(inRows().empty());
+}
+
+TEST_F(IfPolicerTableSmTest, LosingThePolicingStatusBeforeTheInitialScanDeletesNothing) {
+  ifMib_->ifIndexByIntfIdIs(eth1, 1);
+  in(eth1, eth1, "P", 1);
+  mib_->ifPolicerInStatsTableIs(1, IntfPolicerInfoStatusCollIs(), acl_);
+  scheduler_->yieldPolicyIs(Dovo::yieldEvery(1));
+  auto sm = ifPolicerInStatsTableSmFactory(mib_, status_, acl_, ifMib_, control(2));
+  scheduler_->runFor(std::chrono::microseconds(0));
+  ASSERT_FALSE(sm->initialScanDone());
+  status_->policingStatusIs(nullptr);
+  EXPECT_EQ(inRows(), (std::vector<U32>{1}));
+  scheduler_->runUntilIdle();
+  EXPECT_TRUE(sm->ready());
+  EXPECT_TRUE(inRows().empty());  // then swept: no input produced it
+}
+
+TEST_F(IfPolicerTableSmTest, ReplacingThePolicingStatusTwiceBeforeTheSchedulerRunsKeepsUp) {
+  ifMib_->ifIndexByIntfIdIs(eth1, 1);
+  ifMib_->ifIndexByIntfIdIs(eth2, 2);
+  ifMib_->ifIndexByIntfIdIs(po10, 10);
+  in(eth1, eth1, "P", 1);
+  out(eth2, eth2, "P", 1);
+  auto ingress = inSm();
+  auto egress = outSm();
+  auto restarted = [&](std::vector<std::pair<IntfId, IntfId>> ins,
+                       std::vector<std::pair<IntfId, IntfId>> outs) {
+    auto next = Quill::make<Qos::PolicingStatus>();
+    for (const auto& [intf, member] : ins) {
+      next->intfPolicerIs({intf, member}, policer("NEW", 4));
+    }
+    for (const auto& [intf, member] : outs) {
+      next->intfPolicerOutputIs({intf, member}, policer("NEW", 4));
+    }
+    return next;
+  };
+  auto first = restarted({{eth1, eth1}}, {{eth2, eth2}});
+  status_->policingStatusIs(first);
+  // Filled at once, from the new status objects.
+  EXPECT_EQ(inRows(), (std::vector<U32>{1}));
+  EXPECT_EQ(outRows(), (std::vector<U32>{2}));
+  EXPECT_EQ(mib_->ifPolicerInStatsTable(1)->policerProfile(), "NEW");
+  first->intfPolicerIs({po10, eth5}, policer("NEW", 1));  // a change the new child sees
+  status_->policingStatusIs(restarted({{po10, eth5}, {po10, eth6}}, {{eth1, eth1}}));
+  EXPECT_EQ(inRows(), (std::vector<U32>{10}));
+  EXPECT_EQ(outRows(), (std::vector<U32>{1}));
+  status_->policingStatusIs(nullptr);
+  status_->policingStatusIs(restarted({{eth2, eth2}}, {}));
+  EXPECT_EQ(inRows(), (std::vector<U32>{2}));
+  EXPECT_TRUE(outRows().empty());
+  scheduler_->runUntilIdle();
+  EXPECT_TRUE(ingress->idle() && egress->idle());
+  EXPECT_EQ(inRows(), (std::vector<U32>{2}));
+  EXPECT_EQ(ingress->localAttrStore().size(), 1U);
+  EXPECT_EQ(mib_->ifPolicerInStatsTable(2)->pktsDropped(), 4U);
+}
+
 using IfPolicerTableSmDeathTest = IfPolicerTableSmTest;
 
 TEST_F(IfPolicerTableSmDeathTest, NullArgumentsAbortWithTheirAssertion) {
-  const char* text = " && \"Pointer SM args cannot be null unless they are marked Optional\"";
-  EXPECT_DEATH(ifPolicerInStatsTableSmFactory(mib_, status_, nullptr, ifMib_, control(1)),
-               test::assertionRegex(std::string("aclHwStatus()") + text));
-  EXPECT_DEATH(ifPolicerInStatsTableSmFactory(mib_, status_, acl_, nullptr, control(1)),
-               test::assertionRegex(std::string("ifMib()") + text));
-  EXPECT_DEATH(ifPolicerOutStatsTableSmFactory(nullptr, status_, acl_, ifMib_, control(1)),
-               test::assertionRegex(std::string("ifPolicerMib()") + text));
+  const std::string text = " && \"Pointer SM args cannot be null unless they are marked Optional\"";
+  auto check = [&](auto factory) {
+    EXPECT_DEATH(factory(nullptr, status_, acl_, ifMib_, control(1)),
+                 test::assertionRegex("ifPolicerMib()" + text));
+    EXPECT_DEATH(factory(mib_, nullptr, acl_, ifMib_, control(1)),
+                 test::assertionRegex("qosStatus()" + text));
+    EXPECT_DEATH(factory(mib_, status_, nullptr, ifMib_, control(2)),
+                 test::assertionRegex("aclHwStatus()" + text));
+    EXPECT_DEATH(factory(mib_, status_, acl_, nullptr, control(2)),
+                 test::assertionRegex("ifMib()" + text));
+  };
+  check(&ifPolicerInStatsTableSmFactory);
+  check(&ifPolicerOutStatsTableSmFactory);
 }
 
 }  // namespace

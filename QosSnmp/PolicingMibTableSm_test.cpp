@@ -1,5 +1,6 @@
 #include "QosSnmp/PolicingMibTableSm.h"
 
+#include <algorithm>
 #include <map>
 #include <string>
 #include <vector>
@@ -83,6 +84,8 @@ class PolicingTableSmTest : public ::testing::Test {
     c.synchronousMode = mode;
     return c;
   }
+  // One task run (a zero budget is spent after the first run).
+  void runOnce() { scheduler_->runFor(std::chrono::microseconds(0)); }
   Quill::Ptr<PolicingProfileTableSm> profileSm(U8 mode = 2) {
     return policingProfileTableSmFactory(mib_, status_, control(mode));
   }
@@ -184,31 +187,40 @@ TEST_F(PolicingTableSmTest, YieldingScanHandlesEveryKeyOncePerPass) {
 }
 
 TEST_F(PolicingTableSmTest, ScanResumesAfterItsBookmarkKeyWasDeleted) {
-  for (int i = 0; i < 40; ++i) {
+  TraceCapture trace("PolicingMibTableSm");
+  for (int i = 0; i < 30; ++i) {
     addProfile("p" + std::to_string(i));
   }
-  scheduler_->yieldPolicyIs(Dovo::yieldEvery(5));
+  scheduler_->yieldPolicyIs(Dovo::yieldEvery(4));
   auto sm = profileSm();
-  // Run the task a few times, deleting keys between the runs: the bookmark's key among them.
-  for (int round = 0; round < 30 && scheduler_->runnable(); ++round) {
-    scheduler_->runFor(std::chrono::microseconds(1));
-    const auto& coll = policing_->profile();
-    if (coll.size() > 20) {
-      std::vector<PolicerName> victims;
-      for (auto it = coll.begin(); it != coll.end() && victims.size() < 2; ++it) {
-        victims.push_back(it->first);
-      }
-      for (const auto& name : victims) {
-        policing_->profileDel(name);
-      }
+  auto scan = [&] { return sm->qosStatusSm()->nested(); };
+  // In each pass, delete the key the yielded scan will resume at, between two task runs.
+  std::vector<std::string> victims;
+  for (bool second : {false, true}) {
+    while (scheduler_->runnable() &&
+           (sm->initialScanDone() != second || !scan() || !scan()->bookmark().has_value())) {
+      runOnce();
     }
+    ASSERT_TRUE(scan()->bookmark().has_value());
+    victims.push_back(scan()->bookmark()->str());
+    policing_->profileDel(*scan()->bookmark());
   }
   scheduler_->runUntilIdle();
   ASSERT_TRUE(sm->ready());
   std::vector<std::string> expected;
-  for (const auto& [name, value] : policing_->profile()) {
-    expected.push_back(name.str());
+  for (int i = 0; i < 30; ++i) {
+    std::string name = "p" + std::to_string(i);
+    if (std::find(victims.begin(), victims.end(), name) != victims.end()) {
+      continue;
+    }
+    expected.push_back(name);
+    // Every key still there is handled once per pass: none skipped, none visited twice.
+    EXPECT_EQ(trace.countEnding("k: " + name), 2U) << name;
   }
+  // The victim of the first pass was handled by its deletion only; the second pass's victim by
+  // the first pass and its deletion, never by the resumed scan.
+  EXPECT_EQ(trace.countEnding("k: " + victims[0]), 1U);
+  EXPECT_EQ(trace.countEnding("k: " + victims[1]), 2U);
   std::vector<std::string> rows = profileRows();
   std::sort(expected.begin(), expected.end());
   std::sort(rows.begin(), rows.end());
@@ -232,6 +244,35 @@ TEST_F(PolicingTableSmTest, StaleRowIsSweptAndProducedRowKept) {
   EXPECT_TRUE(sm->ready());
   EXPECT_EQ(profileRows(), (std::vector<std::string>{"kept"}));
   EXPECT_EQ(mib_->policingProfileTable(pIndex("kept")), keptRow);  // same entity: same row
+  EXPECT_EQ(trace.count("Deletion scan for reconciliation is done"), 1U);
+}
+
+TEST_F(PolicingTableSmTest, EventsWhileTheSweepIsYieldedAreKept) {
+  TraceCapture trace("PolicingMibTableSm");
+  // Rows p0..p5 are produced by the input, x0..x5 are stale; all have two-byte names, so the
+  // sweep meets p0..p5 first.
+  for (int i = 0; i < 6; ++i) {
+    std::string p = "p" + std::to_string(i);
+    addProfile(p);
+    mib_->policingProfileTableIs(pIndex(p), *policing_->profile().find(PolicerName(p)));
+    mib_->policingProfileTableIs(pIndex("x" + std::to_string(i)), nullptr);
+  }
+  scheduler_->yieldPolicyIs(Dovo::yieldEvery(1));
+  auto sm = profileSm();
+  while (scheduler_->runnable() && trace.count("Yielding in reconciliation") == 0) {
+    runOnce();
+  }
+  ASSERT_EQ(trace.count("Yielding in reconciliation"), 1U);
+  ASSERT_FALSE(sm->ready());
+  // While the sweep is yielded: a row is deleted (the one it resumes at), one is inserted
+  // behind it and one ahead of it.
+  policing_->profileDel(PolicerName("p1"));
+  addProfile("a");
+  addProfile("q9");
+  scheduler_->runUntilIdle();
+  EXPECT_TRUE(sm->ready());
+  EXPECT_EQ(profileRows(), (std::vector<std::string>{"a", "p0", "p2", "p3", "p4", "p5", "q9"}));
+  EXPECT_GT(trace.count("Yielding in reconciliation"), 5U);
   EXPECT_EQ(trace.count("Deletion scan for reconciliation is done"), 1U);
 }
 
@@ -311,6 +352,89 @@ TEST_F(PolicingTableSmTest, LosingThePolicingStatusBeforeTheInitialScanDeletesNo
   EXPECT_TRUE(profileRows().empty());  // then swept: no input produced it
 }
 
+// A restart of the QoS agent: its policing status is replaced by a new one, possibly twice or
+// cleared and set again, before the scheduler next runs.
+TEST_F(PolicingTableSmTest, ReplacingThePolicingStatusTwiceBeforeTheSchedulerRunsKeepsUp) {
+  addProfile("a");
+  addProfile("b");
+  addInstance("i1", "a");
+  auto profiles = profileSm();
+  auto instances = policerInstanceTableSmFactory(mib_, status_, control(2));
+  scheduler_->runUntilIdle();
+  ASSERT_TRUE(profiles->idle() && instances->idle());
+  auto restarted = [&](std::vector<std::string> names, std::vector<std::string> instanceNames) {
+    auto next = Quill::make<Qos::PolicingStatus>("policingStatus");
+    for (const auto& name : names) {
+      next->profileIs(PolicerName(name), profile(name, 5));
+    }
+    for (const auto& name : instanceNames) {
+      next->policerInstanceIs(PolicerName(name), Quill::make<InterfacePolicing::PolicerInstance>(
+                                                     PolicerName(name), "a"));
+    }
+    return next;
+  };
+  auto first = restarted({"a", "b"}, {"i1"});
+  status_->policingStatusIs(first);
+  // Filled at once, from the new status objects.
+  EXPECT_EQ(profileRows(), (std::vector<std::string>{"a", "b"}));
+  EXPECT_EQ(instanceRows(), (std::vector<std::string>{"i1"}));
+  EXPECT_EQ(mib_->policingProfileTable(pIndex("a"))->policerProfile(),
+            *first->profile().find(PolicerName("a")));
+  first->profileIs(PolicerName("c"), profile("c", 1));  // a change the new child sees
+  status_->policingStatusIs(restarted({"b", "d"}, {"i2"}));
+  EXPECT_EQ(profileRows(), (std::vector<std::string>{"b", "d"}));
+  EXPECT_EQ(instanceRows(), (std::vector<std::string>{"i2"}));
+  status_->policingStatusIs(nullptr);
+  status_->policingStatusIs(restarted({"e"}, {"i3"}));
+  EXPECT_EQ(profileRows(), (std::vector<std::string>{"e"}));
+  EXPECT_TRUE(profiles->idle() && instances->idle());
+  scheduler_->runUntilIdle();
+  EXPECT_EQ(profileRows(), (std::vector<std::string>{"e"}));
+  EXPECT_EQ(instanceRows(), (std::vector<std::string>{"i3"}));
+}
+
+TEST_F(PolicingTableSmTest, ReplacingThePolicingStatusDuringTheInitialScansKeepsUp) {
+  for (int i = 0; i < 20; ++i) {
+    addProfile("p" + std::to_string(i));
+  }
+  mib_->policingProfileTableIs(pIndex("stale"), nullptr);
+  scheduler_->yieldPolicyIs(Dovo::yieldEvery(3));
+  auto sm = profileSm();
+  for (int round = 0; round < 40 && !sm->ready(); ++round) {
+    runOnce();
+    if (round % 4 == 0) {
+      auto next = Quill::make<Qos::PolicingStatus>("policingStatus");
+      for (int i = 0; i < 20 - round / 4; ++i) {
+        next->profileIs(PolicerName("p" + std::to_string(i)), profile("p", 1));
+      }
+      status_->policingStatusIs(next);
+      status_->policingStatusIs(round % 8 == 0 ? nullptr : next);
+      status_->policingStatusIs(next);
+    }
+  }
+  scheduler_->runUntilIdle();
+  ASSERT_TRUE(sm->idle());
+  std::vector<std::string> expected;
+  for (const auto& [name, value] : status_->policingStatus()->profile()) {
+    expected.push_back(name.str());
+  }
+  std::vector<std::string> rows = profileRows();
+  std::sort(expected.begin(), expected.end());
+  std::sort(rows.begin(), rows.end());
+  EXPECT_EQ(rows, expected);
+}
+
+TEST_F(PolicingTableSmTest, IdleIsFalseWhileAScanIsPendingAndTraced) {
+  TraceCapture trace("PolicingMibTableSm");
+  addProfile("a");
+  auto sm = profileSm();
+  EXPECT_FALSE(sm->idle());
+  EXPECT_FALSE(sm->inputSmScanState().idle());
+  scheduler_->runUntilIdle();
+  EXPECT_TRUE(sm->idle());
+  EXPECT_EQ(trace.count("ready: true idle: true"), 1U);
+}
+
 TEST_F(PolicingTableSmTest, InstanceRowsReadTheirProfileName) {
   addInstance("pol-1", "GOLD");
   auto sm = policerInstanceTableSmFactory(mib_, status_, control(1));
@@ -324,13 +448,17 @@ TEST_F(PolicingTableSmTest, InstanceRowsReadTheirProfileName) {
 using PolicingTableSmDeathTest = PolicingTableSmTest;
 
 TEST_F(PolicingTableSmDeathTest, NullArgumentsAbortWithTheirAssertion) {
-  EXPECT_DEATH(policingProfileTableSmFactory(nullptr, status_, control(1)),
-               test::assertionRegex("policingMib() && \"Pointer SM args cannot be null unless they "
-                                    "are marked Optional\""));
-  EXPECT_DEATH(
-      policerInstanceTableSmFactory(mib_, nullptr, control(1)),
-      test::assertionRegex("qosStatus() && \"Pointer SM args cannot be null unless they are "
-                           "marked Optional\""));
+  const std::string text = " && \"Pointer SM args cannot be null unless they are marked Optional\"";
+  for (U8 mode : {1, 2}) {
+    EXPECT_DEATH(policingProfileTableSmFactory(nullptr, status_, control(mode)),
+                 test::assertionRegex("policingMib()" + text));
+    EXPECT_DEATH(policingProfileTableSmFactory(mib_, nullptr, control(mode)),
+                 test::assertionRegex("qosStatus()" + text));
+    EXPECT_DEATH(policerInstanceTableSmFactory(nullptr, status_, control(mode)),
+                 test::assertionRegex("policingMib()" + text));
+    EXPECT_DEATH(policerInstanceTableSmFactory(mib_, nullptr, control(mode)),
+                 test::assertionRegex("qosStatus()" + text));
+  }
 }
 
 TEST_F(PolicingTableSmDeathTest, DeletionAfterUnseenChangesAborts) {

@@ -85,17 +85,19 @@ void TopChildSm::doInitializeTask() {
                                    [this] { taskDispatch(); });
 }
 
-void TopChildSm::rescanIs() {
-  state_ = InputScanState::scanNotStarted;
-  doInitializeTask();
-}
-
 bool TopChildSm::inTask() const {
   return task_ && task_->taskCurrentlyRunning();
 }
 
 bool TopChildSm::shouldYield() const {
-  return inTask() && task_->taskShouldYield();
+  return !inReactor() && inTask() && task_->taskShouldYield();
+}
+
+void TopChildSm::scanPendingIs(bool pending) {
+  if (scanPending_ != pending) {
+    scanPending_ = pending;
+    root_.idleCheck();
+  }
 }
 
 std::string TopChildSm::label() const {
@@ -108,6 +110,7 @@ void TopChildSm::doInputScan() {
   }
   if (!root_.synchronous() && task_) {
     task_->scheduleTask();
+    scanPendingIs(true);
     return;
   }
   size_t handled = 0;
@@ -128,13 +131,9 @@ void TopChildSm::taskDispatch() {
 }
 
 bool TopChildSm::doInputScan0(size_t& handled) {
-  if (!hasNotificationActive()) {
-    return true;
-  }
-  if (state_ == InputScanState::scanComplete) {
-    return true;
-  }
-  if (state_ == InputScanState::scanCompleteInitial && !root_.initialScanDone()) {
+  if (!hasNotificationActive() || state_ == InputScanState::scanComplete ||
+      (state_ == InputScanState::scanCompleteInitial && !root_.initialScanDone())) {
+    scanPendingIs(false);
     return true;
   }
   QTRACE(root_.trace(), 9, "{}: {}::doInputScan0", root_.smClass(), childClass_);
@@ -152,7 +151,9 @@ bool TopChildSm::doInputScan0(size_t& handled) {
   } else {
     state_ = InputScanState::scanCompleteInitial;
   }
-  // Publishing the stream's completion may start the next pass, inline in synchronous mode.
+  scanPendingIs(false);
+  // Publishing the stream's completion may start the next pass (pending again, or run inline in
+  // synchronous mode).
   root_.inputSmScanState().streamScanIs(stream_, true);
   QTRACE(root_.trace(), 9, "{}: {} scan, and parent scan, complete.", root_.smClass(), done);
   return true;
@@ -244,12 +245,21 @@ void TableSmBase::handleInitialScanDone() {
       child->doInputScan();
     }
   }
-  if (!inputSmScanState_->idle()) {
-    inputSmScanState_->idleIs(true);
-  }
+  idleCheck();
   for (OutputBase* output : outputs_) {
     output->handleInputReady();
   }
+}
+
+void TableSmBase::idleCheck() {
+  if (!inputSmScanState_) {
+    return;
+  }
+  bool scanning = false;
+  for (const TopChildSm* child : children_) {
+    scanning = scanning || child->scanPending();
+  }
+  inputSmScanState_->idleIs(initialScanDone_ && !scanning);
 }
 
 void TableSmBase::readinessCheck() {

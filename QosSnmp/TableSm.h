@@ -138,8 +138,11 @@ class TopChildSm : public Rivo::Gen::InputStateMachine {
   virtual void doDeleteAll() = 0;
   // True while the scan task runs this child's scan.
   bool inTask() const;
-  // Whether a scan running now should stop: inside the task, when the scheduler says so.
+  // Whether a scan running now should stop: inside the task, when the scheduler says so; never
+  // inside a reactor, which runs its scan to the end.
   bool shouldYield() const;
+  // A scan of this child's stream is scheduled or under way.
+  bool scanPending() const noexcept { return scanPending_; }
   Dovo::Task* task() const noexcept { return task_.get(); }
 
  protected:
@@ -149,8 +152,6 @@ class TopChildSm : public Rivo::Gen::InputStateMachine {
   bool doInputScan0(size_t& handled);
   // Creates the scan task (asynchronous mode only).
   void doInitializeTask();
-  // The stream's scan must run again from the start (its nested entity was replaced).
-  void rescanIs();
   std::string label() const;
   TableSmBase& root_;
 
@@ -159,7 +160,9 @@ class TopChildSm : public Rivo::Gen::InputStateMachine {
   std::string childClass_;
   unsigned taskNumber_;
   size_t stream_;
+  void scanPendingIs(bool pending);
   InputScanState state_ = InputScanState::scanNotStarted;
+  bool scanPending_ = false;
   Quill::Ptr<Dovo::Task> task_;
 };
 
@@ -176,7 +179,7 @@ class TableSmBase : public Quill::Object {
   bool initialized() const noexcept { return initialized_; }
   // Every output is ready: the output tables hold what the inputs say.
   bool ready() const noexcept { return outputState_ && outputState_->ready(); }
-  // Ready, and no input scan is under way.
+  // Ready, and no input scan is scheduled or under way.
   bool idle() const noexcept {
     return ready() && (synchronous_ || (inputSmScanState_ && inputSmScanState_->idle()));
   }
@@ -188,6 +191,9 @@ class TableSmBase : public Quill::Object {
   Dovo::TaskScheduler& scheduler() const { return *scheduler_; }
 
   void handleInitialScanDone();
+  // Brings inputSmScanState's idle up to date: the initial scan is done and no child has a scan
+  // scheduled or under way. Called by the children when their scans start and end.
+  void idleCheck();
   // Withdraws every output row the inputs produced (the top-level children's doDeleteAll).
   void doDeleteAll();
 

@@ -45,10 +45,15 @@ class CollScan : public Rivo::Gen::InputStateMachine {
         collName_(std::move(collName)),
         deliver_(std::move(deliver)) {
     hasNotificationActiveIs(true);
+    // Subscribed from here on: every later change of the collection is seen, so a deletion
+    // pass that runs before the first scan step finds the version it expects.
+    version_ = collVersion(map_.header());
   }
 
   InputScanState inputScanState() const noexcept { return state_; }
   U32 version() const noexcept { return version_; }
+  // Where a yielded scan resumes; empty unless the scan is in progress.
+  const std::optional<Key>& bookmark() const noexcept { return bookmark_; }
   const std::string& label() const noexcept { return label_; }
 
   void hasNotificationActiveIs(bool active) override {
@@ -264,12 +269,14 @@ class AttrChildSm : public TopChildSm {
 
  private:
   // handle<Attr>0: the attribute changed; withdraw the old nested entity's events and scan the
-  // new one.
+  // new one at once, to its end (a reactor never yields). So the output holds the new entity's
+  // rows when the change returns, and the new child's version is the collection's: the entity
+  // may be replaced again before the scheduler next runs.
   void handleNestedChange() {
     Rivo::Gen::InReactor inReactor(*this);
-    if (refreshNested()) {
-      rescanIs();
-      doInputScan();
+    if (refreshNested() && nested_) {
+      size_t handled = 0;
+      nested_->doInputScan(handled);
     }
   }
 

@@ -95,13 +95,13 @@ int EventLoop::run(const Callbacks& callbacks) {
     if (busy) {
       callbacks.runTasks();
     }
-    if (signals & (1UL << SIGHUP)) {
-      callbacks.reload();
-    }
     for (int stop : {SIGTERM, SIGINT}) {
       if (signals & (1UL << stop)) {
         stoppedBy = stop;
       }
+    }
+    if ((signals & (1UL << SIGHUP)) && stoppedBy == 0) {
+      callbacks.reload();
     }
   }
   if (tickAlarm != 0) {

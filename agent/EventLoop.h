@@ -10,8 +10,9 @@
 // signal that arrives while the loop is busy is handled as soon as it is idle again.
 //
 // The constructor installs the handlers for the three signals and the destructor restores the
-// default actions: one EventLoop per process, constructed and run on the agent's thread after
-// net-snmp is set up.
+// default actions: one EventLoop per process, on the agent's thread. Construct it first, before
+// anything slow, so that no signal finds the default action; signals that arrive before run()
+// wait in the pipe and are handled by its first turn. run() needs net-snmp set up.
 #pragma once
 
 #include <functional>

@@ -78,6 +78,9 @@ void logResponseFit() {
 }
 
 int serve(const Agent::Options& options) {
+  // Signals are caught before anything slow starts: a SIGTERM or SIGINT during start-up stops
+  // the agent cleanly once the loop runs, and a SIGHUP reloads then.
+  Agent::EventLoop loop;
   Agent::SnmpAgent snmp({options.listen, options.agentx, options.config});
   auto root = Agent::setUpPlatform(options);
   StateSim::StatusSource source(root);
@@ -95,7 +98,6 @@ int serve(const Agent::Options& options) {
   Agent::TableSms sms(scheduler);
   sms.start(source, policing);
 
-  Agent::EventLoop loop;
   Agent::EventLoop::Callbacks callbacks;
   callbacks.tasksRunnable = [&scheduler] { return scheduler->runnable(); };
   callbacks.runTasks = [&scheduler] { scheduler->runFor(scheduler->timeSlice()); };

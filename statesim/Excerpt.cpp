@@ -67,4 +67,21 @@ std::string pointerToken(std::string_view member) {
   return token + (cut.size() < member.size() ? "..." : "");
 }
 
+std::string shortPointer(std::string_view pointer) {
+  if (pointer.size() <= maxPointer) {
+    return std::string(pointer);
+  }
+  constexpr size_t keep = (maxPointer - 4) / 2;
+  // The head ends before a '/', the tail begins at one: whole tokens on both sides.
+  size_t headEnd = pointer.rfind('/', keep);
+  if (headEnd == std::string_view::npos || headEnd == 0) {
+    headEnd = std::min(pointer.size(), keep);
+  }
+  size_t tailBegin = pointer.find('/', pointer.size() - keep);
+  if (tailBegin == std::string_view::npos || tailBegin <= headEnd) {
+    tailBegin = pointer.size() - keep;
+  }
+  return std::string(pointer.substr(0, headEnd)) + "/..." + std::string(pointer.substr(tailBegin));
+}
+
 }  // namespace StateSim

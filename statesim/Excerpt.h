@@ -27,5 +27,11 @@ std::string excerptEnd(std::string_view text);
 std::string shown(const nlohmann::json& value);
 // A member name as one token of a JSON pointer (~ as ~0, / as ~1), cut like excerpt().
 std::string pointerToken(std::string_view member);
+// The most bytes of a JSON pointer a message shows.
+inline constexpr size_t maxPointer = 160;
+// `pointer` whole when it is short; else its first tokens and its last ones, with "/..." for
+// those left out, so that a value nested a hundred thousand levels deep still makes one short
+// line. Tokens are kept whole (each is cut like excerpt() already).
+std::string shortPointer(std::string_view pointer);
 
 }  // namespace StateSim

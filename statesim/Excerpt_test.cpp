@@ -7,6 +7,7 @@ namespace {
 using StateSim::excerpt;
 using StateSim::excerptEnd;
 using StateSim::pointerToken;
+using StateSim::shortPointer;
 using StateSim::shown;
 
 const std::string tenMegabytes(10 << 20, 'a');
@@ -53,6 +54,25 @@ TEST(ExcerptTest, PointerTokensAreEscapedAndCut) {
     }
     return cut + "...";
   }());
+}
+
+TEST(ExcerptTest, DeepPointersKeepTheirFirstAndLastTokensWhole) {
+  EXPECT_EQ(shortPointer("/classMaps/0/matches/2"), "/classMaps/0/matches/2");
+  std::string deep = "/classMaps";
+  for (int i = 0; i < 100000; ++i) {
+    deep += "/" + std::to_string(i % 10);
+  }
+  std::string cut = shortPointer(deep);
+  EXPECT_LE(cut.size(), StateSim::maxPointer);
+  EXPECT_TRUE(cut.starts_with("/classMaps/0/1/2/")) << cut;
+  EXPECT_TRUE(cut.ends_with("/7/8/9")) << cut;
+  EXPECT_NE(cut.find("/.../"), std::string::npos) << cut;
+  // A few long tokens: still bounded.
+  std::string longTokens;
+  for (int i = 0; i < 10; ++i) {
+    longTokens += "/" + pointerToken(tenMegabytes);
+  }
+  EXPECT_LE(shortPointer(longTokens).size(), StateSim::maxPointer);
 }
 
 }  // namespace

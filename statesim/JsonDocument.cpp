@@ -190,7 +190,7 @@ bool Checker::parse_error(std::size_t position, const std::string&,
   std::string at = pointer();
   // `position` counts the bytes read, so the offending byte is the one before.
   throw StateFileError(file_, lineAndColumn(text_, position == 0 ? 0 : position - 1),
-                       at.empty() ? message : fmt::format("{} (at {})", message, at));
+                       at.empty() ? message : fmt::format("{} (at {})", message, shortPointer(at)));
 }
 
 }  // namespace

@@ -120,4 +120,13 @@ TEST(JsonDocumentTest, MessagesQuoteAtMostFortyBytesOfAMegabyteToken) {
                        "...' appears twice in this object");
 }
 
+TEST(JsonDocumentTest, ValuesNestedVeryDeeplyMakeOneShortLine) {
+  const std::string open(100000, '[');
+  // Unterminated, a bad token at the bottom, a member given twice at the bottom.
+  for (const std::string& text : {open, open + "x", "{\"a\":" + open + "{\"b\": 1, \"b\": 2}"}) {
+    std::string message = ErrorOf(text);
+    EXPECT_LT(message.size(), 400U) << message.substr(0, 400);
+  }
+}
+
 }  // namespace

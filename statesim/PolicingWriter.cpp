@@ -71,6 +71,20 @@ void PolicingWriter::stateIs(const State& state) {
   ifIndexesIs(state);
 }
 
+void PolicingWriter::restart(const State& state) {
+  profiles_.clear();
+  instances_.clear();
+  intfPolicers_.clear();
+  counters_ = {};
+  // Filled before it is published: nobody watches it yet.
+  policing_ = Quill::make<Qos::PolicingStatus>();
+  profilesIs(state);
+  instancesIs(state);
+  intfPolicersIs(state);
+  QTRACE(trace(), 1, "Publishing a new policing status");
+  status_->policingStatusIs(policing_);
+}
+
 void PolicingWriter::profilesIs(const State& state) {
   applyKeyChanges(
       profiles_, state.policerProfiles,

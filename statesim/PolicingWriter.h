@@ -1,8 +1,8 @@
 // StateSim::PolicingWriter: the QoS agent's policing status and the interface MIB's ifIndex map,
 // the inputs of the policing MIB's table state machines.
 //
-// It owns one Qos::Status, whose policingStatus is one Qos::PolicingStatus for the writer's
-// whole life, one Qos::AclHwStatus and one IntfSnmp::IfMib; the agent hands them, read-only, to
+// It owns one Qos::Status, whose policingStatus is one Qos::PolicingStatus until restart()
+// replaces it, one Qos::AclHwStatus and one IntfSnmp::IfMib; the agent hands them, read-only, to
 // the state machines. stateIs() brings them to a State key by key, so a watcher of a collection
 // is told once about each key that changed and never about one that did not:
 //   - profile, policerInstance: a name that comes is set, one that goes is deleted, one whose
@@ -45,6 +45,11 @@ class PolicingWriter {
   // Applies the policing members of `state`: hardware flag, ifIndexes, profiles, instances and
   // interface policers.
   void stateIs(const State& state);
+  // A restart of the QoS agent: its policing status is published anew, a new
+  // Qos::PolicingStatus whose profiles, instances and interface policers (and their counters) are
+  // all new objects, made from `state`. Watchers see one change, of Qos::Status's policingStatus.
+  // The ifIndex map and the AclHwStatus are not the QoS agent's and stay.
+  void restart(const State& state);
   // Advances every interface policer's counters by one second of traffic.
   void tick();
 

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "StatusSource.h"
@@ -115,6 +116,43 @@ TEST_F(PolicingWriterTest, OnePolicingStatusForTheLifeOfTheSource) {
   for (const auto& change : Seen()) {
     EXPECT_NE(change.rfind("status", 0), 0U) << change;
   }
+}
+
+// A restart of the QoS agent, played when qosAgentRestarts changes: a new policing status, every
+// object in it new and equal to the old, published by one change of the Qos::Status; the QoS
+// MIB's rows are made again too.
+TEST_F(PolicingWriterTest, RestartPublishesANewPolicingStatusOfNewObjects) {
+  const std::string profiles = R"("policerProfiles": [{"name": "gold", "cir": 1000}], )";
+  auto state = [&](int restarts) {
+    return "{\"qosAgentRestarts\": " + std::to_string(restarts) + ", " +
+           With(profiles + std::string(policers)).substr(1);
+  };
+  Apply(state(5));  // the first state plays no restart
+  auto policing = source.qosStatus()->policingStatus();
+  auto gold = Profile("gold");
+  auto lag = Status(lag3);
+  Seen();
+  Apply(state(6));
+  EXPECT_EQ(Seen(), Names{fmt::format("status {}", Qos::Status::policingStatusAttr)});
+  auto next = source.qosStatus()->policingStatus();
+  ASSERT_NE(next, policing);
+  EXPECT_EQ(next, Quill::Ptr<Qos::PolicingStatus const>(source.policing().policingStatus()));
+  ASSERT_TRUE(Profile("gold") && Status(lag3) && Status(lag3)->counters());
+  EXPECT_NE(Profile("gold"), gold);
+  EXPECT_EQ(Profile("gold")->config()->cir(), 1000U);
+  EXPECT_NE(Status(lag3), lag);
+  EXPECT_NE(Status(lag3)->counters(), lag->counters());
+  EXPECT_EQ(Status(lag3)->counters()->pktsSent(), 10U);
+  EXPECT_EQ(Policing().intfPolicer().size(), 4U);
+  EXPECT_EQ(Policing().intfPolicerOutput().size(), 1U);
+  EXPECT_EQ(IfIndex(IntfId::ethernet(1)), std::optional<U32>(1));
+  // Grown by three: three restarts; gone down: one; unchanged: none.
+  Apply(state(9));
+  EXPECT_EQ(Seen().size(), 3U);
+  Apply(state(2));
+  EXPECT_EQ(Seen().size(), 1U);
+  Apply(state(2));
+  EXPECT_TRUE(Seen().empty());
 }
 
 TEST_F(PolicingWriterTest, FirstStatePublishesEveryKeyOnce) {

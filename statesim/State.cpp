@@ -1,5 +1,7 @@
 #include "State.h"
 
+#include "Excerpt.h"
+
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -12,9 +14,9 @@
 namespace StateSim {
 
 StateFileError::StateFileError(std::string file, std::string where, const std::string& message)
-    : std::runtime_error(fmt::format("{}: {}: {}", file, where, message)),
+    : std::runtime_error(fmt::format("{}: {}: {}", file, shortPointer(where), message)),
       file_(std::move(file)),
-      where_(std::move(where)) {}
+      where_(shortPointer(where)) {}
 
 AppliedClasses appliedClasses(const State& state) {
   AppliedClasses applied;
@@ -77,10 +79,11 @@ State parseState(std::string_view text, const std::string& file) {
   const Json document = parseDocument(text, file);
   Reader r(file);
   State state;
-  JsonObject top(
-      r, document, "",
-      {"hardware", "interfaces", "classMaps", "policyMaps", "servicePolicies", "classCounters",
-       "ecnCounters", "ecnQueues", "policerProfiles", "policerInstances", "interfacePolicers"});
+  JsonObject top(r, document, "",
+                 {"qosAgentRestarts", "hardware", "interfaces", "classMaps", "policyMaps",
+                  "servicePolicies", "classCounters", "ecnCounters", "ecnQueues", "policerProfiles",
+                  "policerInstances", "interfacePolicers"});
+  state.qosAgentRestarts = top.number("qosAgentRestarts", maxQosAgentRestarts, 0);
   for (const auto& [name, read] : sections) {
     if (const Json* value = top.member(name)) {
       read(r, *value, top.at(name), state);

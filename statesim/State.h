@@ -13,6 +13,7 @@
 //   policerProfiles  named policing profiles with their rates and bursts
 //   policerInstances named policers and the profile each is configured with
 //   interfacePolicers the policer on each interface member, per direction, and its counters
+//   qosAgentRestarts  how many times the QoS agent has restarted (a number, not a section)
 //
 // docs/state-file.md describes every member. Objects reject unknown members, so a typo is an
 // error and not a silently missing row. parseState() and readStateFile() validate everything,
@@ -48,6 +49,9 @@ namespace StateSim {
 
 // Identifiers of class and policy maps are at most this long: the MIB's index length.
 inline constexpr size_t maxMapIdLength = 40;
+// The largest qosAgentRestarts: a counter that never wraps in practice, read exactly as a JSON
+// number.
+inline constexpr U64 maxQosAgentRestarts = (U64{1} << 53) - 1;
 // ECN counter descriptors are at most this long.
 inline constexpr size_t maxEcnDescriptorLength = 32;
 
@@ -249,6 +253,9 @@ struct IntfPolicerState {
 };
 
 struct State {
+  // How many times the switch's QoS agent has started again; the status source plays a restart
+  // when a reload finds this number changed (StatusSource.h).
+  U64 qosAgentRestarts = 0;
   HardwareState hardware;
   std::map<Linko::IntfId, InterfaceState> interfaces;
   std::map<QosSnmp::ClassMapTableIndex, ClassMapState> classMaps;

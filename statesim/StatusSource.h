@@ -6,7 +6,7 @@
 // and EcnWriter say which objects and rows a state makes.
 //
 // It also publishes the switch's policing status, which the policing MIB's table state machines
-// watch: qosStatus() (whose policingStatus is one Qos::PolicingStatus for the source's life),
+// watch: qosStatus() (whose policingStatus is replaced only by a restart),
 // aclHwStatus() and ifMib(), read-only and alive as long as the source. PolicingWriter says how
 // a state reaches their collections, one notification per changed key.
 //
@@ -17,6 +17,12 @@
 // created again; a key that goes loses its objects and rows; a new key gets them. Nothing is
 // touched for a key whose state is unchanged, so a reload of the same file publishes no change
 // at all and keeps the counts tick() has advanced.
+//
+// A restart of the switch's QoS agent is played when a state's qosAgentRestarts differs from the
+// one in force (never at the first state): the QoS agent's status objects and QoS MIB rows are
+// removed and made again from the new state, and its policing status is replaced by a new
+// Qos::PolicingStatus (PolicingWriter::restart). A number that grew by k plays k restarts in a
+// row (at most maxPlayedRestarts); one that went down plays one.
 //
 // load() reads, parses and applies a state file. A bad file raises StateFileError and leaves the
 // state in force as it was. tick() advances the counters by one second of traffic (the agent
@@ -41,6 +47,8 @@ class StatusSource {
  public:
   // Where the QoS MIB entity is mounted, relative to the agent's root.
   static constexpr const char* qosMibPath = "snmp/qos/root";
+  // The most restarts one state plays.
+  static constexpr U64 maxPlayedRestarts = 8;
 
   // Creates the QoS MIB entity, empty, and mounts it below `root`. REQUIRES: root.
   explicit StatusSource(Quill::Ptr<Cordb::Dir> root);
@@ -61,7 +69,7 @@ class StatusSource {
   const EcnWriter& ecn() const noexcept { return ecn_; }
   const PolicingWriter& policing() const noexcept { return policing_; }
 
-  // The QoS agent's status; its policingStatus never changes. Never null.
+  // The QoS agent's status; its policingStatus changes only when a restart is played. Never null.
   Quill::Ptr<Qos::Status const> qosStatus() const { return policing_.qosStatus(); }
   // The hardware's policing capabilities, written in place on each state. Never null.
   Quill::Ptr<Qos::AclHwStatus const> aclHwStatus() const { return policing_.aclHwStatus(); }
@@ -77,7 +85,13 @@ class StatusSource {
  private:
   Quill::Ptr<Cordb::Dir> root_;
   Quill::Ptr<QosSnmp::QosMib> qosMib_;
+  // How many restarts of the QoS agent `state` plays.
+  U64 restartsIn(const State& state) const;
+  // Applies the QoS MIB part of `state`: statistics, configuration, ECN.
+  void qosMibIs(const State& state);
+
   State state_;
+  bool applied_ = false;  // a state has been applied
   StatsWriter stats_;
   ConfigWriter config_;
   EcnWriter ecn_;

@@ -174,6 +174,20 @@ TEST_F(StatusSourceTest, AReloadThatChangesACounterKeepsEveryRow) {
             12U);
 }
 
+TEST_F(StatusSourceTest, ARestartOfTheQosAgentMakesEveryRowAgainFromNewStatusObjects) {
+  Apply(switchState);
+  const size_t rows = AllRows(*source.qosMib()).size();
+  const ClassMapTableIndex voiceIndex(Snmp::String("VOICE"), MapType::mapQos_);
+  auto voice = source.classMap(voiceIndex);  // held: its address cannot be reused
+  auto voiceRow = source.qosMib()->classMapTable(voiceIndex);
+  Apply("{\"qosAgentRestarts\": 1, " + std::string(switchState).substr(1));
+  EXPECT_EQ(AllRows(*source.qosMib()).size(), rows);
+  ASSERT_TRUE(source.classMap(voiceIndex));
+  EXPECT_NE(source.classMap(voiceIndex), voice);
+  EXPECT_NE(source.qosMib()->classMapTable(voiceIndex), voiceRow);
+  EXPECT_EQ(source.qosMib()->classMapTable(voiceIndex)->classMapName(), voiceRow->classMapName());
+}
+
 TEST_F(StatusSourceTest, RemovingAPolicyMapRemovesItsDependentRows) {
   Apply(switchState);
   auto rows = AllRows(*source.qosMib());

@@ -7,6 +7,7 @@ from __future__ import annotations
 
 import copy
 import json
+import signal
 import time
 
 import pytest
@@ -205,3 +206,58 @@ def test_interface_policer_counters_grow_under_live(policing_agent):
     later = rows_of(tool.bulkwalk(IN_TABLE), IN_TABLE)[(1000010,)]
     assert later[5] > first[5] and later[7] > first[7]  # packets and bytes sent
     assert all(later[c] >= first[c] for c in range(4, 10))
+
+
+# --- restarts of the switch's QoS agent ---
+
+def expected_policing_tables(state: dict) -> dict:
+    """The rows of the four policing tables that `state` (policing_state's shape) calls for,
+    without the counters, which the walk reads live."""
+    if_index = {i["name"]: i["ifIndex"] for i in state["interfaces"]}
+    tables = {PROFILE_TABLE: set(expected_profile_rows(state["policerProfiles"])),
+              INSTANCE_TABLE: {name_index(i["name"]) for i in state["policerInstances"]},
+              IN_TABLE: set(), OUT_TABLE: set()}
+    for p in state["interfacePolicers"]:
+        table = IN_TABLE if p["direction"] == "input" else OUT_TABLE
+        tables[table].add((if_index[p["interface"]],))
+    return tables
+
+
+def walked_policing_tables(agent) -> dict:
+    walk = agent.netsnmp().bulkwalk(ENTERPRISE)
+    oids = [vb.oid for vb in walk]
+    assert oids == sorted(oids) and len(set(oids)) == len(oids)
+    return {table: set(rows_of(walk, table))
+            for table in (PROFILE_TABLE, INSTANCE_TABLE, IN_TABLE, OUT_TABLE)}
+
+
+def test_tables_are_whole_after_one_and_after_two_quick_qos_agent_restarts(policing_agent):
+    state = policing_state()
+    agent = policing_agent(state)
+    state["qosAgentRestarts"] = 1
+    write(agent, state)
+    assert "Playing a restart" not in agent.output()  # traces stay off by default
+    assert walked_policing_tables(agent) == expected_policing_tables(state)
+    # Two restarts in one reload: the policing status is replaced twice before the state
+    # machines' tasks run again; with an edit on top.
+    state["qosAgentRestarts"] = 3
+    state["policerInstances"].append({"name": "pol-new", "profile": "P2"})
+    write(agent, state)
+    assert walked_policing_tables(agent) == expected_policing_tables(state)
+    walk = agent.netsnmp().bulkwalk(IF_POLICER)
+    assert rows_of(walk, IN_TABLE)[(1,)] == stats_row("PROF-1G", "GP-EDGE", counters(10))
+    assert agent.pysnmp().walk(POLICING) == agent.netsnmp().bulkwalk(POLICING)
+
+
+def test_no_row_is_missing_from_any_walk_while_the_qos_agent_restarts(policing_agent):
+    state = policing_state()
+    agent = policing_agent(state)
+    expected = expected_policing_tables(state)
+    for restarts in range(1, 9):
+        state["qosAgentRestarts"] = restarts
+        agent.state_path.write_text(json.dumps(state), encoding="utf-8")
+        agent.process.popen.send_signal(signal.SIGHUP)
+        assert walked_policing_tables(agent) == expected, restarts
+    agent.reload()  # one more, waited for: every signal above has been handled by now
+    assert walked_policing_tables(agent) == expected
+    assert "reload of" not in agent.output(), agent.output()

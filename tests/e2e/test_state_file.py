@@ -1,11 +1,21 @@
 """The state file behind the tables: reloaded on SIGHUP, a bad file on reload keeps the rows in
 force, a bad file at start stops the agent with a message that points at the fault."""
 
+import signal
+import time
+
 import pytest
 
 from classmaps import expected_walk
 from conftest import READY_LINE
-from snmpclient import CLASS_MAP_TABLE
+from snmpclient import CLASS_MAP_TABLE, ENTERPRISE
+
+POLICING_PROFILE_TABLE = (*ENTERPRISE, 3, 42, 1, 1)
+
+
+def name_index(name: str) -> tuple[int, ...]:
+    raw = name.encode()
+    return (len(raw), *raw)
 
 BEFORE = [
     {"id": "cm-voice", "type": "qos", "name": "voice", "matchCondition": "all"},
@@ -178,3 +188,40 @@ class TestRefusedAtStart:
         assert agent.process.popen.wait(20) == 1
         [line] = lines_naming(agent.output(), tmp_path)
         assert f"{tmp_path}: open: is a directory" in line
+
+
+def large_policing_state(n: int) -> str:
+    """n policing profiles and n policer instances: a file that takes the agent a while to load
+    and its table state machines a while to scan."""
+    profiles = ",".join(f'{{"name": "profile-{i}", "cir": {i}, "cirUnit": "kbps"}}'
+                        for i in range(n))
+    instances = ",".join(f'{{"name": "policer-{i}", "profile": "profile-{i}"}}'
+                         for i in range(n))
+    return f'{{"policerProfiles": [{profiles}], "policerInstances": [{instances}]}}'
+
+
+class TestSignalsDuringStartUp:
+    """A signal at the wrong moment of start-up never ends the agent by its default action."""
+
+    ROWS = 30000
+
+    def test_sighup_while_loading_is_applied_once_ready(self, start_agent):
+        agent = start_agent(state_text=large_policing_state(self.ROWS), wait=False)
+        time.sleep(0.3)
+        assert agent.process.popen.poll() is None, agent.output()
+        agent.process.popen.send_signal(signal.SIGHUP)
+        agent.wait_ready().wait_tables_ready()
+        agent.process.wait_for_output(f"reloaded {agent.state_path}")
+        profile = (*POLICING_PROFILE_TABLE, 1, 2, *name_index("profile-7"))
+        assert agent.netsnmp().get(profile)[0].value == 7
+
+    @pytest.mark.parametrize("moment", ["loading", "scanning"])
+    def test_sigterm_during_start_up_stops_the_agent_cleanly(self, start_agent, moment):
+        agent = start_agent(state_text=large_policing_state(self.ROWS), wait=False)
+        if moment == "scanning":
+            agent.wait_ready()
+            assert "PolicingProfileTableSm ready" not in agent.output()
+        else:
+            time.sleep(0.3)
+        agent.stop()  # SIGTERM, and exit status 0
+        assert "stopping on signal 15" in agent.output()
