@@ -89,9 +89,13 @@ int EventLoop::run(const Callbacks& callbacks) {
     QUILL_ASSERT(tickAlarm != 0);
   }
   int stoppedBy = 0;
-  while (stoppedBy == 0) {
+  stopped_ = false;
+  while (stoppedBy == 0 && !stopped_) {
     const bool busy = callbacks.tasksRunnable && callbacks.tasksRunnable();
-    unsigned long signals = serveOnce(busy);
+    unsigned long signals = serveOnce(busy, callbacks.watches);
+    if (stopped_) {
+      break;
+    }
     if (busy) {
       callbacks.runTasks();
     }
@@ -110,7 +114,7 @@ int EventLoop::run(const Callbacks& callbacks) {
   return stoppedBy;
 }
 
-unsigned long EventLoop::serveOnce(bool poll) {
+unsigned long EventLoop::serveOnce(bool poll, const std::vector<Watch>& watches) {
   int numfds = 0;
   fd_set readfds;
   FD_ZERO(&readfds);
@@ -124,6 +128,14 @@ unsigned long EventLoop::serveOnce(bool poll) {
   int signalFd = signalPipe_[0];
   FD_SET(signalFd, &readfds);
   numfds = std::max(numfds, signalFd + 1);
+  std::vector<int> watched(watches.size(), -1);
+  for (size_t i = 0; i < watches.size(); ++i) {
+    watched[i] = watches[i].fd();
+    if (watched[i] >= 0) {
+      FD_SET(watched[i], &readfds);
+      numfds = std::max(numfds, watched[i] + 1);
+    }
+  }
 
   int count = select(numfds, &readfds, nullptr, nullptr, block ? nullptr : &timeout);
   unsigned long signals = 0;
@@ -131,6 +143,12 @@ unsigned long EventLoop::serveOnce(bool poll) {
     if (FD_ISSET(signalFd, &readfds)) {
       signals = drain(signalFd);
       FD_CLR(signalFd, &readfds);
+    }
+    for (size_t i = 0; i < watches.size(); ++i) {
+      if (watched[i] >= 0 && FD_ISSET(watched[i], &readfds)) {
+        FD_CLR(watched[i], &readfds);
+        watches[i].ready();
+      }
     }
     snmp_read(&readfds);
   } else if (count == 0) {

@@ -21,8 +21,11 @@
 #include "ResponseFit.h"
 #include "ServiceNotify.h"
 #include "SnmpAgent.h"
-#include "TableSms.h"
+#include "StateLoader.h"
+#include "StateReloads.h"
 #include "StatusSource.h"
+#include "TableSms.h"
+#include "WaitingRequests.h"
 
 namespace {
 
@@ -57,16 +60,6 @@ void tellServiceManager(Agent::NotifyResult result) {
   }
 }
 
-void reloadState(StateSim::StatusSource& source, const std::string& path) {
-  try {
-    source.load(path);
-    snmp_log(LOG_INFO, "qossnmpd: reloaded %s\n", path.c_str());
-  } catch (const StateSim::StateFileError& e) {
-    snmp_log(LOG_ERR, "qossnmpd: reload of %s failed: %s; keeping the previous state\n",
-             path.c_str(), e.what());
-  }
-}
-
 void logResponseFit() {
   const Agent::ResponseFitCounters& fit = Agent::responseFitCounters();
   snmp_log(LOG_INFO,
@@ -79,40 +72,83 @@ void logResponseFit() {
 
 int serve(const Agent::Options& options) {
   // Signals are caught before anything slow starts: a SIGTERM or SIGINT during start-up stops
-  // the agent cleanly once the loop runs, and a SIGHUP reloads then.
+  // the agent cleanly, and a SIGHUP before the state file is applied reloads once it is.
   Agent::EventLoop loop;
   Agent::SnmpAgent snmp({options.listen, options.agentx, options.config});
   auto root = Agent::setUpPlatform(options);
   StateSim::StatusSource source(root);
-  try {
-    source.load(options.state);
-  } catch (const StateSim::StateFileError& e) {
-    fmt::print(stderr, "qossnmpd: {}\n", e.what());
-    return exitBadState;
-  }
+  // Reads and compares the state file on a thread of its own from here on.
+  StateSim::StateLoader loader(options.state);
   Agent::PolicingModels policing(root);
   Agent::MibModules modules(options.contexts);
   modules.start();
-  // The table Sms fill the policing tables in the scheduler's tasks, between requests.
-  Quill::Ptr<Dovo::TaskScheduler> scheduler = Dovo::TaskSchedulerRoot::findOrCreateScheduler();
+  // The agent owns its scheduler: the state file's edits and the table Sms run in its tasks,
+  // between requests, and yield as soon as a request waits.
+  auto scheduler = Quill::make<Dovo::TaskScheduler>("qossnmpd");
+  Agent::WaitingRequests waiting;
+  scheduler->interruptIs([&waiting] { return waiting(); });
   Agent::TableSms sms(scheduler);
-  sms.start(source, policing);
+  snmp_log(LOG_INFO, "qossnmpd: answering on %s; loading the state file\n",
+           snmp.endpoint().c_str());
+
+  const std::string readyStatus = "ready on " + snmp.endpoint();
+  int status = 0;
+  // SIGHUP tells the service manager "reloading" until the reloads it asked for are done.
+  bool reloading = false;
+  auto reloadDone = [&] {
+    if (reloading && !loader.busy()) {
+      tellServiceManager(Agent::notifyReady(readyStatus));
+      reloading = false;
+    }
+  };
+  Agent::StateReloads::Events events;
+  events.applied = [&](const Agent::StateReloads::Result& result) {
+    if (result.first) {
+      // The tables hold the state file: the service is ready. The table Sms fill the policing
+      // tables from here, each logging when its table is complete.
+      snmp_log(LOG_INFO, "qossnmpd: %s\n", readyStatus.c_str());
+      tellServiceManager(Agent::notifyReady(readyStatus));
+      sms.start(source, policing);
+      return;
+    }
+    snmp_log(LOG_INFO, "qossnmpd: reloaded %s\n", options.state.c_str());
+    reloadDone();
+  };
+  events.refused = [&](const Agent::StateReloads::Result& result) {
+    if (result.first) {
+      fmt::print(stderr, "qossnmpd: {}\n", result.error);
+      status = exitBadState;
+      loop.stop();
+      return;
+    }
+    snmp_log(LOG_ERR, "qossnmpd: reload of %s failed: %s; keeping the previous state\n",
+             options.state.c_str(), result.error.c_str());
+    reloadDone();
+  };
+  Agent::StateReloads reloads(source, loader, *scheduler, events);
 
   Agent::EventLoop::Callbacks callbacks;
   callbacks.tasksRunnable = [&scheduler] { return scheduler->runnable(); };
-  callbacks.runTasks = [&scheduler] { scheduler->runFor(scheduler->timeSlice()); };
-  const std::string readyStatus = "ready on " + snmp.endpoint();
-  callbacks.reload = [&] {
-    tellServiceManager(Agent::notifyReloading("reloading " + options.state));
-    reloadState(source, options.state);
-    tellServiceManager(Agent::notifyReady(readyStatus));
+  callbacks.runTasks = [&] {
+    waiting.refresh();
+    scheduler->runFor(scheduler->timeSlice());
   };
+  callbacks.reload = [&] {
+    if (!reloading) {
+      tellServiceManager(Agent::notifyReloading("reloading " + options.state));
+      reloading = true;
+    }
+    reloads.request();
+  };
+  callbacks.watches.push_back(
+      {[&reloads] { return reloads.fd(); }, [&reloads] { reloads.resultReady(); }});
   if (options.live) {
     callbacks.tick = [&source] { source.tick(); };
   }
-  snmp_log(LOG_INFO, "qossnmpd: %s\n", readyStatus.c_str());
-  tellServiceManager(Agent::notifyReady(readyStatus));
   int signal = loop.run(callbacks);
+  if (status != 0) {
+    return status;
+  }
   snmp_log(LOG_INFO, "qossnmpd: stopping on signal %d\n", signal);
   tellServiceManager(Agent::notifyStopping());
   logResponseFit();

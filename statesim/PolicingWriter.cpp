@@ -9,24 +9,6 @@ namespace {
 using InterfacePolicing::PolicerName;
 using InterfacePolicing::PolicerType;
 
-// Brings a collection from `applied` to `wanted`: del(key) for each key that went, then
-// set(key, value) for each key that came or whose value changed. Unchanged keys are not touched.
-template <typename K, typename V, typename Del, typename Set>
-void applyKeyChanges(const std::map<K, V>& applied, const std::map<K, V>& wanted, Del&& del,
-                     Set&& set) {
-  for (const auto& [key, value] : applied) {
-    if (!wanted.contains(key)) {
-      del(key);
-    }
-  }
-  for (const auto& [key, value] : wanted) {
-    auto it = applied.find(key);
-    if (it == applied.end() || !(it->second == value)) {
-      set(key, value);
-    }
-  }
-}
-
 void writeCounts(Qos::IntfPolicerCounters& c, const IntfPolicerCounts& counts) {
   c.pktsDroppedIs(counts.pktsDropped);
   c.pktsSentIs(counts.pktsSent);
@@ -52,6 +34,16 @@ const char* directionName(Qos::Direction direction) {
   return direction == Qos::Direction::directionInput_ ? "input" : "output";
 }
 
+// The policer names of an interface policer's status object.
+Qos::IntfPolicerInfoStatus::PolicerNameMap policerNames(const IntfPolicerState& policer) {
+  Qos::IntfPolicerInfoStatus::PolicerNameMap names{
+      {PolicerType::policerTypeProfile, policer.profile}};
+  if (policer.groupPolicer) {
+    names[PolicerType::policerTypeGroup] = *policer.groupPolicer;
+  }
+  return names;
+}
+
 }  // namespace
 
 PolicingWriter::PolicingWriter()
@@ -62,119 +54,102 @@ PolicingWriter::PolicingWriter()
   status_->policingStatusIs(policing_);
 }
 
-void PolicingWriter::stateIs(const State& state) {
-  aclHwStatus_->interfacePolicingCountersPerLagMemberCounterInfoIs(
-      state.hardware.interfacePolicingCountersPerLagMemberCounterInfo);
-  profilesIs(state);
-  instancesIs(state);
-  intfPolicersIs(state);
-  ifIndexesIs(state);
+void PolicingWriter::lagCountersIs(bool perMember) {
+  aclHwStatus_->interfacePolicingCountersPerLagMemberCounterInfoIs(perMember);
+}
+
+void PolicingWriter::profileIs(const State& state, const PolicerName& name) {
+  auto it = state.policerProfiles.find(name);
+  if (it == state.policerProfiles.end()) {
+    QTRACE(trace(), 7, "Deleting policer profile {}", name);
+    policing_->profileDel(name);
+    return;
+  }
+  const PolicerProfileState& profile = it->second;
+  auto object = Quill::make<InterfacePolicing::PolicerProfile>(
+      name, profile.rates ? rateBurst(*profile.rates) : nullptr);
+  QTRACE(trace(), 7, "Setting {}", *object);
+  policing_->profileIs(name, std::move(object));
+}
+
+void PolicingWriter::instanceIs(const State& state, const PolicerName& name) {
+  auto it = state.policerInstances.find(name);
+  if (it == state.policerInstances.end()) {
+    QTRACE(trace(), 7, "Deleting policer instance {}", name);
+    policing_->policerInstanceDel(name);
+    return;
+  }
+  auto object = Quill::make<InterfacePolicing::PolicerInstance>(name, it->second.profile);
+  QTRACE(trace(), 7, "Setting {}", *object);
+  policing_->policerInstanceIs(name, std::move(object));
+}
+
+void PolicingWriter::intfPolicerIs(const State& state, const IntfPolicerKey& key) {
+  const bool input = key.direction == Qos::Direction::directionInput_;
+  const auto& coll = input ? policing_->intfPolicer() : policing_->intfPolicerOutput();
+  auto it = state.interfacePolicers.find(key);
+  if (it == state.interfacePolicers.end()) {
+    QTRACE(trace(), 7, "Deleting {} policer of {}", directionName(key.direction), key.pair());
+    counters_.del(key);
+    if (input) {
+      policing_->intfPolicerDel(key.pair());
+    } else {
+      policing_->intfPolicerOutputDel(key.pair());
+    }
+    return;
+  }
+  const IntfPolicerState& policer = it->second;
+  // Counts are written into the live counters in place; a status object made below takes them.
+  Quill::Ptr<Qos::IntfPolicerCounters const> counters;
+  if (policer.counters) {
+    counters = counters_.set(
+        key, *policer.counters, [] { return Quill::make<Qos::IntfPolicerCounters>(); },
+        writeCounts);
+  } else {
+    counters_.del(key);
+  }
+  Qos::IntfPolicerInfoStatus::PolicerNameMap names = policerNames(policer);
+  const auto* current = coll.find(key.pair());
+  if (current && *current && (*current)->policerName() == names &&
+      (*current)->counters() == counters) {
+    return;  // the counts alone changed
+  }
+  auto status = Quill::make<Qos::IntfPolicerInfoStatus>(std::move(names), counters);
+  QTRACE(trace(), 7, "Setting {} policer of {}: {}", directionName(key.direction), key.pair(),
+         *status);
+  if (input) {
+    policing_->intfPolicerIs(key.pair(), std::move(status));
+  } else {
+    policing_->intfPolicerOutputIs(key.pair(), std::move(status));
+  }
+}
+
+void PolicingWriter::ifIndexIs(const State& state, Linko::IntfId intf) {
+  auto it = state.interfaces.find(intf);
+  if (it == state.interfaces.end() || !it->second.ifIndex) {
+    QTRACE(trace(), 7, "Deleting the ifIndex of {}", intf);
+    ifMib_->ifIndexByIntfIdDel(intf);
+    return;
+  }
+  QTRACE(trace(), 7, "Setting the ifIndex of {} to {}", intf, *it->second.ifIndex);
+  ifMib_->ifIndexByIntfIdIs(intf, *it->second.ifIndex);
 }
 
 void PolicingWriter::restart(const State& state) {
-  profiles_.clear();
-  instances_.clear();
-  intfPolicers_.clear();
   counters_ = {};
   // Filled before it is published: nobody watches it yet.
   policing_ = Quill::make<Qos::PolicingStatus>();
-  profilesIs(state);
-  instancesIs(state);
-  intfPolicersIs(state);
+  for (const auto& [name, profile] : state.policerProfiles) {
+    profileIs(state, name);
+  }
+  for (const auto& [name, instance] : state.policerInstances) {
+    instanceIs(state, name);
+  }
+  for (const auto& [key, policer] : state.interfacePolicers) {
+    intfPolicerIs(state, key);
+  }
   QTRACE(trace(), 1, "Publishing a new policing status");
   status_->policingStatusIs(policing_);
-}
-
-void PolicingWriter::profilesIs(const State& state) {
-  applyKeyChanges(
-      profiles_, state.policerProfiles,
-      [&](const PolicerName& name) {
-        QTRACE(trace(), 7, "Deleting policer profile {}", name);
-        policing_->profileDel(name);
-      },
-      [&](const PolicerName& name, const PolicerProfileState& profile) {
-        auto object = Quill::make<InterfacePolicing::PolicerProfile>(
-            name, profile.rates ? rateBurst(*profile.rates) : nullptr);
-        QTRACE(trace(), 7, "Setting {}", *object);
-        policing_->profileIs(name, std::move(object));
-      });
-  profiles_ = state.policerProfiles;
-}
-
-void PolicingWriter::instancesIs(const State& state) {
-  applyKeyChanges(
-      instances_, state.policerInstances,
-      [&](const PolicerName& name) {
-        QTRACE(trace(), 7, "Deleting policer instance {}", name);
-        policing_->policerInstanceDel(name);
-      },
-      [&](const PolicerName& name, const PolicerInstanceState& instance) {
-        auto object = Quill::make<InterfacePolicing::PolicerInstance>(name, instance.profile);
-        QTRACE(trace(), 7, "Setting {}", *object);
-        policing_->policerInstanceIs(name, std::move(object));
-      });
-  instances_ = state.policerInstances;
-}
-
-void PolicingWriter::intfPolicersIs(const State& state) {
-  // Counters first, in place: a status object made below takes its key's counters object.
-  std::map<IntfPolicerKey, IntfPolicerShape> wanted;
-  for (const auto& [key, policer] : state.interfacePolicers) {
-    IntfPolicerShape& shape = wanted[key];
-    shape.names[PolicerType::policerTypeProfile] = policer.profile;
-    if (policer.groupPolicer) {
-      shape.names[PolicerType::policerTypeGroup] = *policer.groupPolicer;
-    }
-    if (policer.counters) {
-      shape.counted = true;
-      counters_.is(
-          key, *policer.counters, [] { return Quill::make<Qos::IntfPolicerCounters>(); },
-          writeCounts);
-    }
-  }
-  applyKeyChanges(
-      intfPolicers_, wanted,
-      [&](const IntfPolicerKey& key) {
-        QTRACE(trace(), 7, "Deleting {} policer of {}", directionName(key.direction), key.pair());
-        if (key.direction == Qos::Direction::directionInput_) {
-          policing_->intfPolicerDel(key.pair());
-        } else {
-          policing_->intfPolicerOutputDel(key.pair());
-        }
-      },
-      [&](const IntfPolicerKey& key, const IntfPolicerShape& shape) {
-        auto status = Quill::make<Qos::IntfPolicerInfoStatus>(
-            shape.names, shape.counted ? counters_.find(key) : nullptr);
-        QTRACE(trace(), 7, "Setting {} policer of {}: {}", directionName(key.direction), key.pair(),
-               *status);
-        if (key.direction == Qos::Direction::directionInput_) {
-          policing_->intfPolicerIs(key.pair(), std::move(status));
-        } else {
-          policing_->intfPolicerOutputIs(key.pair(), std::move(status));
-        }
-      });
-  intfPolicers_ = std::move(wanted);
-  counters_.sweep();
-}
-
-void PolicingWriter::ifIndexesIs(const State& state) {
-  std::map<Linko::IntfId, U32> wanted;
-  for (const auto& [intf, interface] : state.interfaces) {
-    if (interface.ifIndex) {
-      wanted[intf] = *interface.ifIndex;
-    }
-  }
-  applyKeyChanges(
-      ifIndexes_, wanted,
-      [&](Linko::IntfId intf) {
-        QTRACE(trace(), 7, "Deleting the ifIndex of {}", intf);
-        ifMib_->ifIndexByIntfIdDel(intf);
-      },
-      [&](Linko::IntfId intf, U32 ifIndex) {
-        QTRACE(trace(), 7, "Setting the ifIndex of {} to {}", intf, ifIndex);
-        ifMib_->ifIndexByIntfIdIs(intf, ifIndex);
-      });
-  ifIndexes_ = std::move(wanted);
 }
 
 void PolicingWriter::tick() {

@@ -75,8 +75,8 @@ constexpr std::pair<std::string_view, SectionReader> sections[] = {
 
 }  // namespace
 
-State parseState(std::string_view text, const std::string& file) {
-  const Json document = parseDocument(text, file);
+State parseState(std::string_view text, const std::string& file, const std::atomic<bool>* cancel) {
+  const Json document = parseDocument(text, file, cancel);
   Reader r(file);
   State state;
   JsonObject top(r, document, "",
@@ -85,6 +85,9 @@ State parseState(std::string_view text, const std::string& file) {
                   "policerInstances", "interfacePolicers"});
   state.qosAgentRestarts = top.number("qosAgentRestarts", maxQosAgentRestarts, 0);
   for (const auto& [name, read] : sections) {
+    if (cancel && cancel->load(std::memory_order_relaxed)) {
+      throw ReadCancelled();
+    }
     if (const Json* value = top.member(name)) {
       read(r, *value, top.at(name), state);
     }
@@ -92,7 +95,7 @@ State parseState(std::string_view text, const std::string& file) {
   return state;
 }
 
-State readStateFile(const std::string& path) {
+State readStateFile(const std::string& path, const std::atomic<bool>* cancel) {
   std::error_code error;
   if (std::filesystem::is_directory(path, error)) {
     throw StateFileError(path, "open", "is a directory, not a state file");
@@ -106,7 +109,7 @@ State readStateFile(const std::string& path) {
   if (in.bad()) {
     throw StateFileError(path, "read", "cannot read the file");
   }
-  return parseState(text.str(), path);
+  return parseState(text.str(), path, cancel);
 }
 
 }  // namespace StateSim

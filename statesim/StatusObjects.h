@@ -1,11 +1,12 @@
 // StateSim::StatusObjects<Key, T, Values>: the status objects of one kind, kept by key from one
 // state to the next, as the QoS agent keeps its status objects while its configuration changes.
 //
-// A state is applied in one pass: is() is called for every key the new state has, then sweep()
-// forgets the objects whose key was not asked for (rows and other holders keep their own
+// A whole state is applied in one pass: is() is called for every key the new state has, then
+// sweep() forgets the objects whose key was not asked for (rows and other holders keep their own
 // references). is() makes an object the first time its key is seen, and writes the key's values
 // into it in place only when they differ from the values last written: a key whose state did
 // not change is not touched, so counters the status source advanced since keep their values.
+// A writer that applies key-level edits uses set() and del() instead.
 // Single-threaded.
 #pragma once
 
@@ -29,6 +30,12 @@ class StatusObjects {
   template <typename Make, typename Write>
   Quill::Ptr<T> is(const Key& key, const Values& values, Make&& make, Write&& write) {
     used_.insert(key);
+    return set(key, values, std::forward<Make>(make), std::forward<Write>(write));
+  }
+  // is() for a writer that applies key-level edits instead of whole states (no sweep): the
+  // object stays until del().
+  template <typename Make, typename Write>
+  Quill::Ptr<T> set(const Key& key, const Values& values, Make&& make, Write&& write) {
     auto it = objects_.find(key);
     if (it == objects_.end()) {
       it = objects_.emplace(key, Slot{make(), values}).first;
@@ -44,6 +51,9 @@ class StatusObjects {
   Quill::Ptr<T> is(const Key& key, Make&& make) {
     return is(key, Values{}, std::forward<Make>(make), [](T&, const Values&) {});
   }
+
+  // Forgets the object for `key`, if any.
+  void del(const Key& key) { objects_.erase(key); }
 
   // The object for `key`, or null.
   Quill::Ptr<T> find(const Key& key) const {

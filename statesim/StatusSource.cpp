@@ -8,13 +8,19 @@
 namespace StateSim {
 
 StatusSource::StatusSource(Quill::Ptr<Cordb::Dir> root)
-    : root_(std::move(root)), qosMib_(QosSnmp::qosMibFactory("root")) {
+    : root_(std::move(root)),
+      qosMib_(QosSnmp::qosMibFactory("root")),
+      state_(std::make_shared<const State>()) {
   QUILL_ASSERT(root_);
   root_->mount(qosMibPath, qosMib_);
 }
 
 StatusSource::~StatusSource() {
-  stateIs(State{});
+  pending_.clear();  // edits not applied yet are dropped
+  latest_ = state_;
+  State none;  // and no restart to play
+  none.qosAgentRestarts = state_->qosAgentRestarts;
+  stateIs(none);
   if (root_->lookup(qosMibPath) == qosMib_) {
     root_->unmount(qosMibPath);
   }
@@ -27,25 +33,77 @@ void StatusSource::load(const std::string& path) {
 }
 
 void StatusSource::stateIs(const State& state) {
-  for (U64 i = 0, n = restartsIn(state); i < n; ++i) {
-    QTRACE(trace(), 1, "Playing a restart of the QoS agent ({} of {})", i + 1, n);
-    qosMibIs(State{});  // its status objects and rows go with it
-    policing_.restart(state);
-  }
-  qosMibIs(state);
-  policing_.stateIs(state);
-  state_ = state;
-  applied_ = true;
+  const bool first = !latest_;
+  auto next = std::make_shared<const State>(state);
+  editsIs(next, diff(first ? State{} : *latest_, *next, first));
+  applyEdits([] { return false; });
 }
 
-U64 StatusSource::restartsIn(const State& state) const {
-  if (!applied_ || state.qosAgentRestarts == state_.qosAgentRestarts) {
-    return 0;
+void StatusSource::editsIs(std::shared_ptr<const State> state, StateDiff diff) {
+  QUILL_ASSERT(state);
+  QTRACE(trace(), 1, "Applying {} key edits{}{}", diff.keys(),
+         diff.qosMibChanged ? " and the QoS MIB" : "",
+         diff.restarts ? fmt::format(" after {} restarts", diff.restarts) : "");
+  latest_ = state;
+  pending_.push_back(Pending{std::move(state), std::move(diff)});
+}
+
+bool StatusSource::applyEdits(const std::function<bool()>& yield) {
+  while (!pending_.empty()) {
+    Pending& p = pending_.front();
+    while (applyStep(p, p.step++)) {
+      if (yield()) {
+        return false;
+      }
+    }
+    state_ = std::move(p.state);
+    pending_.pop_front();
   }
-  if (state.qosAgentRestarts < state_.qosAgentRestarts) {
-    return 1;
+  return true;
+}
+
+bool StatusSource::applyStep(const Pending& p, size_t step) {
+  const State& state = *p.state;
+  const StateDiff& d = p.diff;
+  if (step < d.restarts) {
+    QTRACE(trace(), 1, "Playing a restart of the QoS agent ({} of {})", step + 1, d.restarts);
+    qosMibIs(State{});  // its status objects and rows go with it
+    policing_.restart(state);
+    return true;
   }
-  return std::min(state.qosAgentRestarts - state_.qosAgentRestarts, maxPlayedRestarts);
+  step -= d.restarts;
+  if (step == 0) {
+    if (d.qosMibChanged || d.restarts) {
+      qosMibIs(state);
+    }
+    if (d.lagCountersChanged || d.restarts) {
+      policing_.lagCountersIs(state.hardware.interfacePolicingCountersPerLagMemberCounterInfo);
+    }
+    return true;
+  }
+  step -= 1;
+  // The keys, in this order: policers before the ifIndex map, so that an interface that goes
+  // with its policers loses its rows while its ifIndex still names them.
+  if (step < d.profiles.size()) {
+    policing_.profileIs(state, d.profiles[step]);
+    return true;
+  }
+  step -= d.profiles.size();
+  if (step < d.instances.size()) {
+    policing_.instanceIs(state, d.instances[step]);
+    return true;
+  }
+  step -= d.instances.size();
+  if (step < d.intfPolicers.size()) {
+    policing_.intfPolicerIs(state, d.intfPolicers[step]);
+    return true;
+  }
+  step -= d.intfPolicers.size();
+  if (step < d.ifIndexes.size()) {
+    policing_.ifIndexIs(state, d.ifIndexes[step]);
+    return true;
+  }
+  return false;
 }
 
 void StatusSource::qosMibIs(const State& state) {

@@ -10,13 +10,20 @@
 // aclHwStatus() and ifMib(), read-only and alive as long as the source. PolicingWriter says how
 // a state reaches their collections, one notification per changed key.
 //
-// stateIs() applies a new State as key-level changes, as the real agent publishes edits: a key
+// A new State is applied as key-level changes, as the real agent publishes edits: a key
 // that stays keeps its status object and its row, and a changed value is written into that
 // status object in place (the row reads it at the next request); a row whose constructor
 // arguments change (another status object, a changed ifIndex or entity code) is deleted and
 // created again; a key that goes loses its objects and rows; a new key gets them. Nothing is
 // touched for a key whose state is unchanged, so a reload of the same file publishes no change
 // at all and keeps the counts tick() has advanced.
+//
+// What changed is found apart from applying it (StateDiff.h): the agent reads and compares the
+// file on another thread and hands the State and its diff to editsIs(); applyEdits() then applies
+// them on the agent's thread, a key at a time, stopping whenever its caller's yield() says so
+// (a scheduler task), so that a reload in which one key changed costs one key's work here. The
+// QoS MIB's tables are derived from several sections at once: they are written in one step, and
+// only when one of their sections changed. stateIs() does all of it at once.
 //
 // A restart of the switch's QoS agent is played when a state's qosAgentRestarts differs from the
 // one in force (never at the first state): the QoS agent's status objects and QoS MIB rows are
@@ -30,6 +37,9 @@
 // requests.
 #pragma once
 
+#include <deque>
+#include <functional>
+#include <memory>
 #include <string>
 
 #include "ConfigWriter.h"
@@ -39,6 +49,7 @@
 #include "QosSnmp/QosMib.h"
 #include "Quill/Ptr.h"
 #include "State.h"
+#include "StateDiff.h"
 #include "StatsWriter.h"
 
 namespace StateSim {
@@ -47,8 +58,6 @@ class StatusSource {
  public:
   // Where the QoS MIB entity is mounted, relative to the agent's root.
   static constexpr const char* qosMibPath = "snmp/qos/root";
-  // The most restarts one state plays.
-  static constexpr U64 maxPlayedRestarts = 8;
 
   // Creates the QoS MIB entity, empty, and mounts it below `root`. REQUIRES: root.
   explicit StatusSource(Quill::Ptr<Cordb::Dir> root);
@@ -58,8 +67,8 @@ class StatusSource {
   StatusSource& operator=(const StatusSource&) = delete;
 
   const Quill::Ptr<QosSnmp::QosMib>& qosMib() const noexcept { return qosMib_; }
-  // The state in force (empty before the first stateIs or load).
-  const State& state() const noexcept { return state_; }
+  // The state in force: the last one applied whole (empty before the first).
+  const State& state() const noexcept { return *state_; }
   // The status object of a class map, or null.
   Quill::Ptr<Qos::ClassMapStatus const> classMap(const QosSnmp::ClassMapTableIndex& index) const {
     return config_.classMap(index);
@@ -76,7 +85,16 @@ class StatusSource {
   // The interface MIB's ifIndex map. Never null.
   Quill::Ptr<IntfSnmp::IfMib const> ifMib() const { return policing_.ifMib(); }
 
+  // Applies `state` at once.
   void stateIs(const State& state);
+  // Starts applying `state`, which differs from the state in force (or, while edits are pending,
+  // from the state they lead to) by `diff`; applyEdits() applies them.
+  void editsIs(std::shared_ptr<const State> state, StateDiff diff);
+  // Applies pending edits, in order, until none is left (true: every state given to editsIs is
+  // in force) or `yield()` answers true after an edit (false: call again).
+  bool applyEdits(const std::function<bool()>& yield);
+  // Edits are pending.
+  bool applying() const noexcept { return !pending_.empty(); }
   // Reads the state file at `path` and applies it; on StateFileError nothing changes.
   void load(const std::string& path);
   // Advances every counter by one second of traffic.
@@ -85,13 +103,21 @@ class StatusSource {
  private:
   Quill::Ptr<Cordb::Dir> root_;
   Quill::Ptr<QosSnmp::QosMib> qosMib_;
-  // How many restarts of the QoS agent `state` plays.
-  U64 restartsIn(const State& state) const;
+  // A state being applied: its edits and how far they have come.
+  struct Pending {
+    std::shared_ptr<const State> state;
+    StateDiff diff;
+    size_t step = 0;  // the next of steps(): restarts, QoS MIB, hardware flag, then the keys
+  };
+  // Applies step `step` of `p`; false when there is none.
+  bool applyStep(const Pending& p, size_t step);
   // Applies the QoS MIB part of `state`: statistics, configuration, ECN.
   void qosMibIs(const State& state);
 
-  State state_;
-  bool applied_ = false;  // a state has been applied
+  std::shared_ptr<const State> state_;
+  // The last state given to editsIs, applied or not; what the next diff starts from.
+  std::shared_ptr<const State> latest_;
+  std::deque<Pending> pending_;
   StatsWriter stats_;
   ConfigWriter config_;
   EcnWriter ecn_;

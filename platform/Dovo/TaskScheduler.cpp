@@ -40,6 +40,10 @@ void TaskScheduler::dequeue(Task& task) {
 }
 
 bool TaskScheduler::shouldYield(const Task& task) const {
+  if (interrupt_ && interrupt_()) {
+    interrupted_ = true;
+    return true;
+  }
   if (yieldPolicy_) {
     return yieldPolicy_(task);
   }
@@ -78,11 +82,12 @@ U64 TaskScheduler::runFor(std::chrono::microseconds budget) {
   QUILL_ASSERT(current_ == nullptr);  // no scheduler run inside a task's run
   auto start = std::chrono::steady_clock::now();
   U64 runs = 0;
+  interrupted_ = false;
   while (!queue_.empty()) {
     if (runOne()) {
       ++runs;
     }
-    if (std::chrono::steady_clock::now() - start >= budget) {
+    if (interrupted_ || std::chrono::steady_clock::now() - start >= budget) {
       break;
     }
   }

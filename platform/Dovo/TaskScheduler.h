@@ -60,6 +60,12 @@ class TaskScheduler : public Quill::Object {
 
   // Replaces the time-slice decision; an empty policy restores it.
   void yieldPolicyIs(YieldPolicy policy) { yieldPolicy_ = std::move(policy); }
+  // Something outside the scheduler wants the thread now (a request is waiting): asked by
+  // taskShouldYield() while the slice lasts. When it answers true the running task yields and
+  // runFor() returns after that run. It must be cheap: it is asked once per item of work.
+  void interruptIs(std::function<bool()> interrupt) { interrupt_ = std::move(interrupt); }
+  // The last runFor() ended early because the interrupt said so.
+  bool interrupted() const noexcept { return interrupted_; }
   // The task whose callback is executing, or null.
   const Task* currentTask() const noexcept { return current_; }
 
@@ -78,6 +84,8 @@ class TaskScheduler : public Quill::Object {
   const std::string name_;
   std::chrono::microseconds timeSlice_;
   YieldPolicy yieldPolicy_;
+  std::function<bool()> interrupt_;
+  mutable bool interrupted_ = false;
   std::map<QueueKey, Quill::Ptr<Task>> queue_;
   std::set<Task*> tasks_;  // every live task, to detach them when the scheduler goes
   U64 nextSeq_ = 0;

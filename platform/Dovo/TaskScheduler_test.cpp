@@ -182,6 +182,31 @@ TEST_F(TaskSchedulerTest, RunForStopsOnceItsBudgetIsUsed) {
   EXPECT_EQ(scheduler_->runFor(1s), 2U);
 }
 
+TEST_F(TaskSchedulerTest, AnInterruptEndsTheRunAndTheSliceAtOnce) {
+  scheduler_->timeSliceIs(1h);  // only the interrupt can end the runs
+  bool waiting = false;
+  int checks = 0;
+  scheduler_->interruptIs([&] {
+    ++checks;
+    return waiting;
+  });
+  auto scan = Scan(100);
+  auto other = Logging("other", 1);
+  scan->scheduleTask();
+  other->scheduleTask();
+  waiting = true;
+  EXPECT_EQ(scheduler_->runFor(1h), 1U) << "the interrupted run ends runFor";
+  EXPECT_TRUE(scheduler_->interrupted());
+  EXPECT_EQ(runs_, (std::vector<int>{1}));
+  EXPECT_TRUE(log_.empty());
+  waiting = false;
+  EXPECT_EQ(scheduler_->runFor(1h), 2U);
+  EXPECT_FALSE(scheduler_->interrupted());
+  EXPECT_EQ(runs_, (std::vector<int>{1, 99}));
+  EXPECT_EQ(log_, (std::vector<std::string>{"other"}));
+  EXPECT_EQ(checks, 1 + 98);
+}
+
 TEST_F(TaskSchedulerTest, TasksOutliveTheirSchedulerHarmlessly) {
   auto t = Logging("t", 1);
   t->scheduleTask();

@@ -1,0 +1,61 @@
+// Agent::StateReloads: brings the state file's changes to the status source without holding the
+// agent's thread.
+//
+// The StateLoader reads and compares the file on its own thread; when a result is ready (its
+// fd(), watched by the event loop, is readable) resultReady() takes it and starts a scheduler
+// task that applies its edits (StatusSource::applyEdits), yielding whenever the scheduler says
+// so, like the table state machines' scans. While edits are being applied the next result waits
+// in the loader (fd() is -1 meanwhile), and SIGHUPs that arrive (request()) coalesce there into
+// one more read of the newest file. So the agent's thread spends on a reload what the change
+// costs, never what the file costs.
+//
+// Events, on the agent's thread: applied(result) once every edit of a result is applied (the
+// first result is the file read at start), refused(result) for a file that does not parse or
+// validate (nothing changed). Single-threaded: the agent's thread.
+#pragma once
+
+#include <functional>
+
+#include "Dovo/TaskScheduler.h"
+#include "StateLoader.h"
+#include "StatusSource.h"
+
+namespace Agent {
+
+class StateReloads {
+ public:
+  using Result = StateSim::StateLoader::Result;
+  struct Events {
+    std::function<void(const Result&)> applied;
+    std::function<void(const Result&)> refused;
+  };
+
+  // The apply task's priority: above the table state machines', whose inputs it writes.
+  static constexpr Dovo::TaskPriority priority = 2;
+
+  StateReloads(StateSim::StatusSource& source, StateSim::StateLoader& loader,
+               Dovo::TaskScheduler& scheduler, Events events);
+  ~StateReloads();
+  StateReloads(const StateReloads&) = delete;
+  StateReloads& operator=(const StateReloads&) = delete;
+
+  // What the event loop watches: the loader's descriptor, or -1 while edits are applied.
+  int fd() const;
+  // Takes the loader's result: starts applying it, or reports it refused.
+  void resultReady();
+  // Reads the file again (SIGHUP).
+  void request() { loader_.request(); }
+  // A read or an apply is under way or asked for.
+  bool busy() const { return applying_.has_value() || loader_.busy(); }
+
+ private:
+  void applyRun();
+
+  StateSim::StatusSource& source_;
+  StateSim::StateLoader& loader_;
+  Events events_;
+  Quill::Ptr<Dovo::Task> task_;
+  std::optional<Result> applying_;  // the result whose edits are being applied (diff moved out)
+};
+
+}  // namespace Agent

@@ -1,0 +1,50 @@
+#include "WaitingRequests.h"
+
+#include <sys/select.h>
+
+#include <net-snmp/net-snmp-config.h>
+#include <net-snmp/net-snmp-includes.h>
+
+namespace Agent {
+
+void WaitingRequests::refresh() {
+  int numfds = 0;
+  fd_set readfds;
+  FD_ZERO(&readfds);
+  timeval timeout = {};
+  int block = 0;
+  snmp_select_info(&numfds, &readfds, &timeout, &block);
+  std::vector<int> fds;
+  for (int fd = 0; fd < numfds; ++fd) {
+    if (FD_ISSET(fd, &readfds)) {
+      fds.push_back(fd);
+    }
+  }
+  fdsIs(fds);
+}
+
+void WaitingRequests::fdsIs(const std::vector<int>& fds) {
+  fds_.clear();
+  for (int fd : fds) {
+    fds_.push_back(pollfd{fd, POLLIN, 0});
+  }
+  due_ = true;
+  waiting_ = false;
+}
+
+bool WaitingRequests::operator()() {
+  if (fds_.empty()) {
+    return false;
+  }
+  auto now = std::chrono::steady_clock::now();
+  if (!due_ && now - lastPoll_ < interval_) {
+    return waiting_;
+  }
+  due_ = false;
+  lastPoll_ = now;
+  ++polls_;
+  waiting_ = poll(fds_.data(), fds_.size(), 0) > 0;
+  return waiting_;
+}
+
+}  // namespace Agent

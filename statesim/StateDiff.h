@@ -1,0 +1,53 @@
+// StateSim::StateDiff: what changed from one State to the next, as the keys a status source must
+// touch. diff() is a pure function of two States: it runs where the file is read (the loader's
+// thread), so that the agent's thread only applies what changed and never compares whole files.
+//
+//   - The policing collections are compared key by key: each list holds the keys whose entry
+//     went (first, in key order), then those that came or changed (in key order); the new value
+//     is read from the new State when the edit is applied. A key whose entry is the same in both States is in no list.
+//   - The QoS MIB is derived from several sections at once (applied classes join policy maps,
+//     service policies and counters), so its writers run over the new State when any of its
+//     sections changed (qosMibChanged), and not at all when none did.
+//   - restarts: how many restarts of the QoS agent the new State plays (StatusSource.h).
+//
+// Pure functions, no state; safe on any thread.
+#pragma once
+
+#include <vector>
+
+#include "State.h"
+
+namespace StateSim {
+
+struct StateDiff {
+  // The QoS agent restarts to play before the edits.
+  U64 restarts = 0;
+  // Some section the QoS MIB is derived from differs (hardware, interfaces, class maps, policy
+  // maps, service policies, class counters, ECN counters and queues).
+  bool qosMibChanged = false;
+  // interfacePolicingCountersPerLagMemberCounterInfo differs.
+  bool lagCountersChanged = false;
+  std::vector<InterfacePolicing::PolicerName> profiles;
+  std::vector<InterfacePolicing::PolicerName> instances;
+  std::vector<IntfPolicerKey> intfPolicers;
+  // Interfaces whose ifIndex came, went or changed.
+  std::vector<Linko::IntfId> ifIndexes;
+
+  // The number of key-level edits.
+  size_t keys() const noexcept {
+    return profiles.size() + instances.size() + intfPolicers.size() + ifIndexes.size();
+  }
+  // Nothing to apply at all.
+  bool empty() const noexcept {
+    return restarts == 0 && !qosMibChanged && !lagCountersChanged && keys() == 0;
+  }
+};
+
+// The most restarts one State plays.
+inline constexpr U64 maxPlayedRestarts = 8;
+
+// What changes from `before` to `after`. `first`: `after` is the first State applied (it plays no
+// restart, and `before` is empty).
+StateDiff diff(const State& before, const State& after, bool first);
+
+}  // namespace StateSim
