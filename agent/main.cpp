@@ -1,5 +1,6 @@
 // qossnmpd: serves the QoS plug-in's MIB modules from a state file, as a master agent or as an
 // AgentX sub-agent. See `qossnmpd --help`.
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
@@ -13,7 +14,9 @@
 #include <fmt/format.h>
 
 #include "Dovo/TaskScheduler.h"
+#include "AgentXLink.h"
 #include "EventLoop.h"
+#include "LogSink.h"
 #include "MibModules.h"
 #include "Options.h"
 #include "PlatformSetup.h"
@@ -37,6 +40,9 @@ constexpr int exitUsage = 2;
 #ifndef QOSSNMPD_DEFAULT_CONFIG
 #define QOSSNMPD_DEFAULT_CONFIG "etc/qossnmpd.conf"
 #endif
+#ifndef QOSSNMPD_VERSION
+#define QOSSNMPD_VERSION "unknown"
+#endif
 #ifndef QOSSNMPD_DEFAULT_STATE
 #define QOSSNMPD_DEFAULT_STATE "share/qossnmp/examples/default.json"
 #endif
@@ -55,6 +61,40 @@ void tellServiceManager(Agent::NotifyResult result) {
   if (result == Agent::NotifyResult::failed) {
     snmp_log(LOG_WARNING, "qossnmpd: could not notify the service manager at $NOTIFY_SOCKET\n");
   }
+}
+
+// A start-up error, one log line per line of `message`, each naming the agent.
+void reportError(const std::string& message) {
+  std::size_t begin = 0;
+  while (begin <= message.size()) {
+    std::size_t end = std::min(message.find('\n', begin), message.size());
+    snmp_log(LOG_ERR, "qossnmpd: %s\n", message.substr(begin, end - begin).c_str());
+    begin = end + 1;
+  }
+}
+
+// --check: the configuration as the agent would read it and the state file as a start or a
+// reload would load it; every problem is reported, nothing is served.
+int check(const Agent::Options& options) {
+  bool ok = true;
+  try {
+    Agent::SnmpAgent snmp({options.listen, options.agentx, options.config, true});
+  } catch (const Agent::SnmpAgentError& e) {
+    reportError(e.what());
+    ok = false;
+  }
+  auto root = Agent::setUpPlatform(options);
+  StateSim::StatusSource source(root);
+  try {
+    source.load(options.state);
+  } catch (const StateSim::StateFileError& e) {
+    reportError(e.what());
+    ok = false;
+  }
+  if (ok) {
+    fmt::print("qossnmpd: {} and {}: no problems\n", options.config, options.state);
+  }
+  return ok ? 0 : 1;
 }
 
 void reloadState(StateSim::StatusSource& source, const std::string& path) {
@@ -84,7 +124,7 @@ int serve(const Agent::Options& options) {
   try {
     source.load(options.state);
   } catch (const StateSim::StateFileError& e) {
-    fmt::print(stderr, "qossnmpd: {}\n", e.what());
+    reportError(e.what());
     return exitBadState;
   }
   Agent::PolicingModels policing(root);
@@ -100,16 +140,29 @@ int serve(const Agent::Options& options) {
   callbacks.tasksRunnable = [&scheduler] { return scheduler->runnable(); };
   callbacks.runTasks = [&scheduler] { scheduler->runFor(scheduler->timeSlice()); };
   const std::string readyStatus = "ready on " + snmp.endpoint();
+  // A sub-agent is ready once registered with its master; until then its status says why not.
+  Agent::AgentXLink* link = snmp.agentXLink();
+  auto tellState = [&] {
+    if (link == nullptr || link->registered()) {
+      tellServiceManager(Agent::notifyReady(link ? link->status() : readyStatus));
+    } else {
+      tellServiceManager(Agent::notifyStatus(link->status()));
+    }
+  };
   callbacks.reload = [&] {
     tellServiceManager(Agent::notifyReloading("reloading " + options.state));
     reloadState(source, options.state);
-    tellServiceManager(Agent::notifyReady(readyStatus));
+    tellState();
   };
   if (options.live) {
     callbacks.tick = [&source] { source.tick(); };
   }
-  snmp_log(LOG_INFO, "qossnmpd: %s\n", readyStatus.c_str());
-  tellServiceManager(Agent::notifyReady(readyStatus));
+  if (link != nullptr) {
+    link->modulesRegistered(tellState);
+  } else {
+    snmp_log(LOG_INFO, "qossnmpd: %s\n", readyStatus.c_str());
+    tellState();
+  }
   int signal = loop.run(callbacks);
   snmp_log(LOG_INFO, "qossnmpd: stopping on signal %d\n", signal);
   tellServiceManager(Agent::notifyStopping());
@@ -122,6 +175,7 @@ int serve(const Agent::Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  Agent::LogSink::install();
   const Agent::Defaults defaults = bundledDefaults();
   Agent::Options options;
   try {
@@ -134,13 +188,17 @@ int main(int argc, char** argv) {
     fmt::print("{}", Agent::usage("qossnmpd", defaults));
     return 0;
   }
+  if (options.version) {
+    fmt::print("qossnmpd {} (net-snmp {})\n", QOSSNMPD_VERSION, netsnmp_get_version());
+    return 0;
+  }
   try {
-    return serve(options);
+    return options.check ? check(options) : serve(options);
   } catch (const Agent::SnmpAgentError& e) {
-    fmt::print(stderr, "qossnmpd: {}\n", e.what());
+    reportError(e.what());
     return 1;
   } catch (const std::invalid_argument& e) {
-    fmt::print(stderr, "qossnmpd: {}\n", e.what());
+    reportError(e.what());
     return exitUsage;
   }
 }
