@@ -68,7 +68,9 @@ void reportError(const std::string& message) {
   std::size_t begin = 0;
   while (begin <= message.size()) {
     std::size_t end = std::min(message.find('\n', begin), message.size());
-    snmp_log(LOG_ERR, "qossnmpd: %s\n", message.substr(begin, end - begin).c_str());
+    // The sink itself: net-snmp may be shut down already, and with it its log handlers.
+    Agent::LogSink::write(LOG_ERR,
+                          fmt::format("qossnmpd: {}\n", message.substr(begin, end - begin)));
     begin = end + 1;
   }
 }

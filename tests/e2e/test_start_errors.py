@@ -10,6 +10,7 @@
 
 from __future__ import annotations
 
+import os
 import re
 import socket
 import subprocess
@@ -114,3 +115,22 @@ def test_a_wrong_community_is_counted_and_logged_once_per_burst(start_agent):
         r"qossnmpd: request from UDP: \[127\.0\.0\.1\]:\d+->\[127\.0\.0\.1\]:" + str(agent.port)
         + r" refused: unknown community or no access for it \(snmpInBadCommunityNames and "
         r"usmStats count them\)", refused[0]), refused[0]
+
+
+def test_lines_carry_the_journal_priority_only_when_stderr_is_the_journal(qossnmpd, tmp_path):
+    conf = tmp_path / "typo.conf"
+    conf.write_text("rocomunity public\nrocommunity public 127.0.0.1\n")
+    log = tmp_path / "journal.log"
+    with open(log, "wb") as stream:
+        st = os.fstat(stream.fileno())
+        env = dict(os.environ, JOURNAL_STREAM=f"{st.st_dev}:{st.st_ino}")
+        result = subprocess.run([str(qossnmpd), "--config", str(conf)], stderr=stream, env=env,
+                                timeout=30)
+    assert result.returncode == 1
+    assert log.read_text().splitlines() == [
+        f"<3>qossnmpd: {conf}: line 1: unknown directive 'rocomunity'"]
+    # Another stream than the one systemd connected (a redirect): no prefix.
+    env = dict(os.environ, JOURNAL_STREAM="1:1")
+    result = subprocess.run([str(qossnmpd), "--config", str(conf)], capture_output=True,
+                            text=True, env=env, timeout=30)
+    assert result.stderr == f"qossnmpd: {conf}: line 1: unknown directive 'rocomunity'\n"
