@@ -7,8 +7,13 @@
 // oversized bulk responses (see ResponseFit.h). The library's own listener must be off
 // (NETSNMP_DS_AGENT_PORTS "none") so that the address is not opened twice.
 //
+// Requests refused for their community or SNMPv3 user are logged, the first at once and then
+// at most one line a minute with the number refused meanwhile; net-snmp counts every one
+// (snmpInBadCommunityNames, usmStatsUnknownUserNames, ...).
+//
 // Construct after init_snmp() on the agent's thread; the destructor closes the session.
-// Throws SnmpAgentError when the address cannot be opened.
+// Throws SnmpAgentError when the address cannot be opened, with the system's reason and what
+// to do about it (explainListenFailure).
 #pragma once
 
 #include <string>
@@ -24,6 +29,10 @@ class MasterSession {
   ~MasterSession();
   MasterSession(const MasterSession&) = delete;
   MasterSession& operator=(const MasterSession&) = delete;
+
+  // Why `address` could not be opened, from the system's error number (0: net-snmp could not
+  // parse it), and the fix: "Address already in use: port 161 is in use by ...".
+  static std::string explainListenFailure(const std::string& address, int error);
 
  private:
   netsnmp_session* session_ = nullptr;

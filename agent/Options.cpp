@@ -20,7 +20,7 @@ constexpr Spec specs[] = {
     {"--listen", Kind::value},  {"--agentx", Kind::value}, {"--config", Kind::value},
     {"--context", Kind::value}, {"--trace", Kind::value},  {"--toggles", Kind::value},
     {"--state", Kind::value},   {"--no-hint", Kind::flag}, {"--live", Kind::flag},
-    {"--help", Kind::flag},
+    {"--check", Kind::flag},    {"--help", Kind::flag},    {"--version", Kind::flag},
 };
 
 const Spec* findSpec(std::string_view name) {
@@ -57,8 +57,12 @@ void apply(Options& options, std::string_view name, const std::string& value, bo
     options.noHint = true;
   } else if (name == "--live") {
     options.live = true;
+  } else if (name == "--check") {
+    options.check = true;
   } else if (name == "--help") {
     options.help = true;
+  } else if (name == "--version") {
+    options.version = true;
   }
 }
 
@@ -121,6 +125,9 @@ std::string usage(const std::string& program, const Defaults& defaults) {
       "  --toggles DIR    feature toggle directory (Snmp.json)\n"
       "  --no-hint        walk tables from their first row, ignoring iterator hints\n"
       "  --live           advance the counters once a second\n"
+      "  --check          read the configuration and the state file, report every\n"
+      "                   problem and exit (0: none, 1: some) without serving\n"
+      "  --version        show the version and exit\n"
       "  --help           show this text and exit\n"
       "\n"
       "SIGHUP reloads the state file; SIGTERM and SIGINT stop the agent.\n",

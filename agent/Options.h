@@ -29,9 +29,11 @@ struct Options {
   std::string toggles;
   // Named contexts served besides the default one, in command-line order, no duplicates.
   std::vector<std::string> contexts;
-  bool noHint = false;  // ignore the table iterators' hints
-  bool live = false;    // advance the counters once a second
-  bool help = false;    // print usage() and exit 0; the other fields are then unspecified
+  bool noHint = false;   // ignore the table iterators' hints
+  bool live = false;     // advance the counters once a second
+  bool check = false;    // read the configuration and the state file, report, exit 0 or 1
+  bool help = false;     // print usage() and exit 0; the other fields are then unspecified
+  bool version = false;  // print the version and exit 0; likewise
 
   bool subAgent() const noexcept { return !agentx.empty(); }
 };

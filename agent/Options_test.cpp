@@ -59,6 +59,11 @@ TEST_F(OptionsTest, FlagsAreSet) {
   EXPECT_TRUE(o.noHint);
   EXPECT_TRUE(o.live);
   EXPECT_TRUE(Parse({"--help"}).help);
+  EXPECT_TRUE(Parse({"--version"}).version);
+  Options check = Parse({"--check", "--state", "s.json"});
+  EXPECT_TRUE(check.check);
+  EXPECT_EQ(check.state, "s.json");
+  EXPECT_FALSE(Parse({}).check);
 }
 
 TEST_F(OptionsTest, ContextsAreKeptInCommandLineOrder) {
@@ -111,8 +116,9 @@ TEST_F(OptionsTest, ListenAndAgentxExcludeEachOther) {
 
 TEST_F(OptionsTest, UsageNamesEveryOptionAndTheDefaults) {
   std::string text = usage("qossnmpd", defaults);
-  for (const char* option : {"--listen", "--agentx", "--config", "--context", "--state", "--trace",
-                             "--toggles", "--no-hint", "--live", "--help"}) {
+  for (const char* option :
+       {"--listen", "--agentx", "--config", "--context", "--state", "--trace", "--toggles",
+        "--no-hint", "--live", "--check", "--version", "--help"}) {
     EXPECT_NE(text.find(option), std::string::npos) << option;
   }
   EXPECT_NE(text.find(defaults.config), std::string::npos);

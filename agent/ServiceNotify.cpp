@@ -34,6 +34,10 @@ NotifyResult notifyReloading(const std::string& status) {
   return send("RELOADING=1\nSTATUS=" + status);
 }
 
+NotifyResult notifyStatus(const std::string& status) {
+  return send("STATUS=" + status);
+}
+
 NotifyResult notifyStopping() {
   return send("STOPPING=1\nSTATUS=stopping");
 }

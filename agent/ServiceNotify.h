@@ -22,6 +22,9 @@ NotifyResult notifyReady(const std::string& status);
 // RELOADING=1 with STATUS=<status>; sent before the state file is read again.
 NotifyResult notifyReloading(const std::string& status);
 
+// STATUS=<status> alone: what the service is doing while it is not (or no longer) ready.
+NotifyResult notifyStatus(const std::string& status);
+
 // STOPPING=1; sent when a stop signal arrived, before the modules are unregistered.
 NotifyResult notifyStopping();
 

@@ -1,5 +1,6 @@
 // qossnmpd: serves the QoS plug-in's MIB modules from a state file, as a master agent or as an
 // AgentX sub-agent. See `qossnmpd --help`.
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
@@ -13,7 +14,9 @@
 #include <fmt/format.h>
 
 #include "Dovo/TaskScheduler.h"
+#include "AgentXLink.h"
 #include "EventLoop.h"
+#include "LogSink.h"
 #include "MibModules.h"
 #include "Options.h"
 #include "PlatformSetup.h"
@@ -40,6 +43,9 @@ constexpr int exitUsage = 2;
 #ifndef QOSSNMPD_DEFAULT_CONFIG
 #define QOSSNMPD_DEFAULT_CONFIG "etc/qossnmpd.conf"
 #endif
+#ifndef QOSSNMPD_VERSION
+#define QOSSNMPD_VERSION "unknown"
+#endif
 #ifndef QOSSNMPD_DEFAULT_STATE
 #define QOSSNMPD_DEFAULT_STATE "share/qossnmp/examples/default.json"
 #endif
@@ -58,6 +64,42 @@ void tellServiceManager(Agent::NotifyResult result) {
   if (result == Agent::NotifyResult::failed) {
     snmp_log(LOG_WARNING, "qossnmpd: could not notify the service manager at $NOTIFY_SOCKET\n");
   }
+}
+
+// A start-up error, one log line per line of `message`, each naming the agent.
+void reportError(const std::string& message) {
+  std::size_t begin = 0;
+  while (begin <= message.size()) {
+    std::size_t end = std::min(message.find('\n', begin), message.size());
+    // The sink itself: net-snmp may be shut down already, and with it its log handlers.
+    Agent::LogSink::write(LOG_ERR,
+                          fmt::format("qossnmpd: {}\n", message.substr(begin, end - begin)));
+    begin = end + 1;
+  }
+}
+
+// --check: the configuration as the agent would read it and the state file as a start or a
+// reload would load it; every problem is reported, nothing is served.
+int check(const Agent::Options& options) {
+  bool ok = true;
+  try {
+    Agent::SnmpAgent snmp({options.listen, options.agentx, options.config, true});
+  } catch (const Agent::SnmpAgentError& e) {
+    reportError(e.what());
+    ok = false;
+  }
+  auto root = Agent::setUpPlatform(options);
+  StateSim::StatusSource source(root);
+  try {
+    source.load(options.state);
+  } catch (const StateSim::StateFileError& e) {
+    reportError(e.what());
+    ok = false;
+  }
+  if (ok) {
+    fmt::print("qossnmpd: {} and {}: no problems\n", options.config, options.state);
+  }
+  return ok ? 0 : 1;
 }
 
 void logResponseFit() {
@@ -92,22 +134,36 @@ int serve(const Agent::Options& options) {
            snmp.endpoint().c_str());
 
   const std::string readyStatus = "ready on " + snmp.endpoint();
+  // A sub-agent is ready once registered with its master; until then its status says why not.
+  Agent::AgentXLink* link = snmp.agentXLink();
+  auto tellState = [&] {
+    if (link == nullptr || link->registered()) {
+      tellServiceManager(Agent::notifyReady(link ? link->status() : readyStatus));
+    } else {
+      tellServiceManager(Agent::notifyStatus(link->status()));
+    }
+  };
   int status = 0;
   // SIGHUP tells the service manager "reloading" until the reloads it asked for are done.
   bool reloading = false;
   auto reloadDone = [&] {
     if (reloading && !loader.busy()) {
-      tellServiceManager(Agent::notifyReady(readyStatus));
+      tellState();
       reloading = false;
     }
   };
   Agent::StateReloads::Events events;
   events.applied = [&](const Agent::StateReloads::Result& result) {
     if (result.first) {
-      // The tables hold the state file: the service is ready. The table Sms fill the policing
-      // tables from here, each logging when its table is complete.
-      snmp_log(LOG_INFO, "qossnmpd: %s\n", readyStatus.c_str());
-      tellServiceManager(Agent::notifyReady(readyStatus));
+      // The tables hold the state file: the service is ready (a sub-agent once its master has
+      // its registrations; the link logs that). The table Sms fill the policing tables from
+      // here, each logging when its table is complete.
+      if (link != nullptr) {
+        link->modulesRegistered(tellState);
+      } else {
+        snmp_log(LOG_INFO, "qossnmpd: %s\n", readyStatus.c_str());
+        tellState();
+      }
       sms.start(source, policing);
       return;
     }
@@ -116,7 +172,7 @@ int serve(const Agent::Options& options) {
   };
   events.refused = [&](const Agent::StateReloads::Result& result) {
     if (result.first) {
-      fmt::print(stderr, "qossnmpd: {}\n", result.error);
+      reportError(result.error);
       status = exitBadState;
       loop.stop();
       return;
@@ -160,6 +216,7 @@ int serve(const Agent::Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  Agent::LogSink::install();
   const Agent::Defaults defaults = bundledDefaults();
   Agent::Options options;
   try {
@@ -172,13 +229,17 @@ int main(int argc, char** argv) {
     fmt::print("{}", Agent::usage("qossnmpd", defaults));
     return 0;
   }
+  if (options.version) {
+    fmt::print("qossnmpd {} (net-snmp {})\n", QOSSNMPD_VERSION, netsnmp_get_version());
+    return 0;
+  }
   try {
-    return serve(options);
+    return options.check ? check(options) : serve(options);
   } catch (const Agent::SnmpAgentError& e) {
-    fmt::print(stderr, "qossnmpd: {}\n", e.what());
+    reportError(e.what());
     return 1;
   } catch (const std::invalid_argument& e) {
-    fmt::print(stderr, "qossnmpd: {}\n", e.what());
+    reportError(e.what());
     return exitUsage;
   }
 }

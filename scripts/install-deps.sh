@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages that building, running and testing QosSnmp need, and only
 # those that are missing; safe to run again. Runs apt-get through sudo when not root.
+# With --run, only those that building and running the agent need (scripts/run-example.sh).
 #
 # Installing snmpd starts Debian's system snmpd on UDP port 161. QosSnmp never uses that
 # instance (qossnmpd listens on 1161; the tests start their own snmpd); stop it with
@@ -19,7 +20,15 @@ packages=(
     nodejs npm
     libsystemd-dev systemd lintian
     prometheus-snmp-exporter python3-prometheus-client python3-yaml
+    prometheus iproute2
 )
+if [[ ${1:-} == --run ]]; then
+    # CMake's configuration also looks for GoogleTest, so its headers come along.
+    packages=(
+        build-essential cmake g++ libsnmp-dev snmp
+        libfmt-dev nlohmann-json3-dev libboost-dev libgtest-dev libgmock-dev libsystemd-dev
+    )
+fi
 
 installed() {
     dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q "ok installed"

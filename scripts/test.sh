@@ -23,6 +23,9 @@ echo "== clang-format: every C++ source is formatted" >&2
 status=0
 (cd "$root" && git ls-files -z '*.cpp' '*.h' | xargs -0 clang-format --dry-run -Werror) || status=1
 
+echo "== promtool: the Prometheus alerting rules fire as their tests say" >&2
+(cd "$root/contrib/prometheus" && promtool test rules alerts_test.yml) || status=1
+
 echo "== build/ (Debug): unit, MIB and end-to-end tests" >&2
 cmake -S "$root" -B "$root/build" -DCMAKE_BUILD_TYPE=Debug
 cmake --build "$root/build" -j"$jobs"

@@ -158,18 +158,22 @@ class NetSnmp:
     """net-snmp's command-line tools, pointed at one agent endpoint.
 
     auth: the security arguments, e.g. ["-v2c", "-c", "public"] or an SNMPv3 user.
+    prefix: what runs the tool, e.g. ["ip", "netns", "exec", NAME] for an agent in a network
+    namespace of its own.
     """
 
-    def __init__(self, endpoint: str, auth: Sequence[str] = ("-v2c", "-c", "public")):
+    def __init__(self, endpoint: str, auth: Sequence[str] = ("-v2c", "-c", "public"),
+                 prefix: Sequence[str] = ()):
         self.endpoint = endpoint
         self.auth = list(auth)
+        self.prefix = list(prefix)
 
     def run(self, tool: str, *args: str, check: bool = True,
             timeout: float = 120) -> subprocess.CompletedProcess:
         # Options first, then the agent, then OIDs and values: the order the tools document.
         options = [a for a in args if a.startswith("-")]
         operands = [a for a in args if not a.startswith("-")]
-        argv = [tool, *_NO_MIBS, *self.auth, "-t", str(CLIENT_TIMEOUT_S), "-r", "1",
+        argv = [*self.prefix, tool, *_NO_MIBS, *self.auth, "-t", str(CLIENT_TIMEOUT_S), "-r", "1",
                 *options, self.endpoint, *operands]
         result = subprocess.run(argv, capture_output=True, text=True, timeout=timeout,
                                 errors="replace")

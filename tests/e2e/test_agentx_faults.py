@@ -6,8 +6,8 @@ survives it.
     once a new sub-agent is started, walks through the master are complete again within
     SUB_AGENT_BACK_S.
   - The master is restarted (SIGTERM, or SIGKILL in the middle of a walk) while the sub-agent
-    runs: the sub-agent stays up and reconnects by itself (it retries every 15 s, net-snmp's
-    agentxPingInterval default), so walks through the new master are complete again within
+    runs: the sub-agent stays up and reconnects by itself (it retries every second, its
+    agentxPingInterval), so walks through the new master are complete again within
     MASTER_BACK_S of its start; at the end the sub-agent still stops cleanly (exit 0).
 
 Marked `hostile`: ctest runs it against the sanitizer build (label hostile, build-asan).

@@ -34,10 +34,15 @@ ALICE = ["-v3", "-u", "alice", "-l", "authPriv", "-a", "SHA", "-A", "alice-auth-
 SYS_OR_ID = (1, 3, 6, 1, 2, 1, 1, 9, 1, 2)
 
 
+SNMPV2_MIB = (1, 3, 6, 1, 6, 3, 1)
+
+
 def test_the_three_mib_modules_are_listed_in_sysortable(start_agent):
     listed = start_agent(CLASS_MAPS).netsnmp().walk(SYS_OR_ID)
     assert {v.type for v in listed} == {"OID"}
-    assert sorted(v.value for v in listed) == sorted([QOS_MIB, POLICING_MIB, IF_POLICER_MIB])
+    # Beside them, net-snmp's system and SNMP groups list SNMPv2-MIB.
+    assert sorted(v.value for v in listed) == sorted([QOS_MIB, POLICING_MIB, IF_POLICER_MIB,
+                                                      SNMPV2_MIB])
 
 
 class TestNamedContext:
