@@ -5,9 +5,10 @@
 #   2. build-asan/ (-DQOSSNMP_SANITIZE=ON): the unit tests under AddressSanitizer and
 #      UndefinedBehaviorSanitizer, and the agent built with them against hostile requests,
 #      churn and AgentX faults (ctest label hostile);
-#   3. build-fuzz/ (clang 16, -DQOSSNMP_FUZZ=ON): the libFuzzer target of the agent's packet
-#      path for a bounded number of executions (ctest label fuzz; QOSSNMP_FUZZ_RUNS, default
-#      120000). A crash prints "reproducer: PATH".
+#   3. build-fuzz/ (clang 16, -DQOSSNMP_FUZZ=ON): the libFuzzer targets of the agent's packet
+#      path and of the state file's reader, for a bounded number of executions each (ctest label
+#      fuzz; QOSSNMP_FUZZ_RUNS, default 120000, and QOSSNMP_STATE_FUZZ_RUNS, default 20000). A
+#      crash prints "reproducer: PATH".
 #   4. build-deb/: the Debian package (scripts/build-package.sh) and its checks: contents,
 #      the agent run from the extracted package, lintian, systemd-analyze.
 # Installs missing Debian packages first. Every stage runs even if an earlier one fails; the
@@ -39,13 +40,14 @@ cmake --build "$root/build-asan" -j"$jobs"
     UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
     ctest --output-on-failure -L 'unit|hostile' -j1) || status=1
 
-echo "== build-fuzz/ (clang 16, libFuzzer): the agent's packet path fuzzed" >&2
+echo "== build-fuzz/ (clang 16, libFuzzer): the agent's packet path and the state file fuzzed" >&2
 cmake -S "$root" -B "$root/build-fuzz" -DQOSSNMP_FUZZ=ON \
     -DCMAKE_C_COMPILER=clang-16 -DCMAKE_CXX_COMPILER=clang++-16 \
     -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_FLAGS_RELWITHDEBINFO="-O1 -g" \
     -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g" \
-    -DQOSSNMP_FUZZ_RUNS="${QOSSNMP_FUZZ_RUNS:-120000}"
-cmake --build "$root/build-fuzz" -j"$jobs" --target qossnmp_agent_fuzzer
+    -DQOSSNMP_FUZZ_RUNS="${QOSSNMP_FUZZ_RUNS:-120000}" \
+    -DQOSSNMP_STATE_FUZZ_RUNS="${QOSSNMP_STATE_FUZZ_RUNS:-20000}"
+cmake --build "$root/build-fuzz" -j"$jobs" --target qossnmp_agent_fuzzer qossnmp_state_fuzzer
 (cd "$root/build-fuzz" && ctest --output-on-failure -V -L fuzz -j1) || status=1
 
 echo "== build-deb/: the Debian package, its contents, lintian and systemd-analyze" >&2

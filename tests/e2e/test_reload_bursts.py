@@ -1,0 +1,75 @@
+"""The agent never stops answering while the state file changes: reloads are read and compared
+off the agent's thread, SIGHUPs that come faster than reloads coalesce, and the agent answers
+from the moment it listens, before a large state file is loaded.
+
+Walks run during bursts of SIGHUPs (no wait between them, a malformed file among them): every
+walk returns each OID once, in increasing order, with every stable row; once the burst is over
+the table is exactly the last file's."""
+
+from __future__ import annotations
+
+import json
+import os
+import signal
+import time
+from concurrent.futures import ThreadPoolExecutor
+
+from classmaps import expected_walk
+from snmpclient import CLASS_MAP_TABLE, NetSnmp
+from test_state_file import large_policing_state
+from test_walk_churn import (assert_walk_consistent, class_map_target, walks_during,
+                             write_atomically)
+
+BURST_STEPS = 30
+BURST_INTERVAL_S = 0.02  # 50 SIGHUPs a second
+SYS_UP_TIME = (1, 3, 6, 1, 2, 1, 1, 3, 0)
+
+
+def test_walks_during_reload_bursts_see_every_stable_row_and_the_last_file_wins(start_agent):
+    target = class_map_target()
+    agent = start_agent(state_text=json.dumps(target.state(0)))
+    tool = NetSnmp(agent.endpoint)
+    failed_parse = BURST_STEPS // 2
+
+    def burst() -> None:
+        for step in range(1, BURST_STEPS + 1):
+            if step == failed_parse:
+                # A file that does not parse, read for sure before the burst goes on.
+                agent.state_path.write_text('{"classMaps": [{"id": ')
+                os.kill(agent.process.pid, signal.SIGHUP)
+                deadline = time.monotonic() + 20
+                while "reload of" not in agent.output():
+                    assert time.monotonic() < deadline, agent.output()[-2000:]
+                    time.sleep(0.01)
+            write_atomically(agent.state_path, target.state(step))
+            os.kill(agent.process.pid, signal.SIGHUP)
+            time.sleep(BURST_INTERVAL_S)
+
+    with ThreadPoolExecutor(2) as pool:
+        burst_done = pool.submit(burst)
+        walks = pool.submit(walks_during, BURST_STEPS * BURST_INTERVAL_S,
+                            lambda: tool.bulkwalk(target.subtree, "-Cc", "-Cr50"))
+        burst_done.result()
+        walks = walks.result()
+    for n, walk in enumerate(walks):
+        assert_walk_consistent(target, walk, f"walk {n} during the burst")
+
+    # The last file wins: the walk settles on exactly its rows.
+    last = expected_walk(target.state(BURST_STEPS)["classMaps"])
+    deadline = time.monotonic() + 20
+    while tool.walk(CLASS_MAP_TABLE) != last:
+        assert agent.process.popen.poll() is None, agent.output()[-2000:]
+        assert time.monotonic() < deadline, "the last file never came into force"
+        time.sleep(0.05)
+    output = agent.output()
+    assert output.count("reload of") == 1, output[-2000:]
+    print(f"{BURST_STEPS + 1} SIGHUPs, {output.count('qossnmpd: reloaded')} reloads applied")
+
+
+def test_the_agent_answers_while_a_large_state_file_loads(start_agent):
+    agent = start_agent(state_text=large_policing_state(100000), wait=False)
+    agent.process.wait_for_output("qossnmpd: answering on")
+    [uptime] = agent.netsnmp().get(SYS_UP_TIME)
+    assert uptime.type == "Timeticks"
+    assert "qossnmpd: ready" not in agent.output(), "the file loaded before the first answer"
+    agent.stop()  # a SIGTERM while the file is still being read: exit status 0
