@@ -7,10 +7,14 @@ StateReloads::StateReloads(StateSim::StatusSource& source, StateSim::StateLoader
     : source_(source),
       loader_(loader),
       events_(std::move(events)),
-      task_(scheduler.taskIs("qossnmpd-StateEditsTask", priority, [this] { applyRun(); })) {}
+      task_(scheduler.taskIs("qossnmpd-StateEditsTask", priority, [this] { applyRun(); })) {
+  source_.retireIs(
+      [this](std::shared_ptr<const StateSim::State> state) { loader_.retire(std::move(state)); });
+}
 
 StateReloads::~StateReloads() {
   task_->cancel();
+  source_.retireIs(nullptr);
 }
 
 int StateReloads::fd() const {

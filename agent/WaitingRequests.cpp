@@ -30,6 +30,7 @@ void WaitingRequests::fdsIs(const std::vector<int>& fds) {
   }
   due_ = true;
   waiting_ = false;
+  sliceStart_ = std::chrono::steady_clock::now();
 }
 
 bool WaitingRequests::operator()() {
@@ -37,6 +38,9 @@ bool WaitingRequests::operator()() {
     return false;
   }
   auto now = std::chrono::steady_clock::now();
+  if (now - sliceStart_ < minimum_) {
+    return false;  // the slice's work comes first
+  }
   if (!due_ && now - lastPoll_ < interval_) {
     return waiting_;
   }

@@ -25,7 +25,7 @@ class WaitingRequestsTest : public ::testing::Test {
 };
 
 TEST_F(WaitingRequestsTest, SeesADatagramWaitingOnAWatchedSocket) {
-  Agent::WaitingRequests waiting(0us);
+  Agent::WaitingRequests waiting(0us, 0us);
   EXPECT_FALSE(waiting());  // nothing watched
   waiting.fdsIs({pair_[0]});
   EXPECT_FALSE(waiting());
@@ -36,7 +36,7 @@ TEST_F(WaitingRequestsTest, SeesADatagramWaitingOnAWatchedSocket) {
 }
 
 TEST_F(WaitingRequestsTest, PollsAtMostOncePerInterval) {
-  Agent::WaitingRequests waiting(1h);
+  Agent::WaitingRequests waiting(1h, 0us);
   waiting.fdsIs({pair_[0]});
   EXPECT_FALSE(waiting());
   Send();
@@ -47,6 +47,14 @@ TEST_F(WaitingRequestsTest, PollsAtMostOncePerInterval) {
   waiting.fdsIs({pair_[0]});  // a new slice polls again at once
   EXPECT_TRUE(waiting());
   EXPECT_EQ(waiting.polls(), 2U);
+}
+
+TEST_F(WaitingRequestsTest, EachSliceGetsItsMinimumOfWorkFirst) {
+  Agent::WaitingRequests waiting(0us, 1h);
+  waiting.fdsIs({pair_[0]});
+  Send();
+  EXPECT_FALSE(waiting());
+  EXPECT_EQ(waiting.polls(), 0U);
 }
 
 }  // namespace

@@ -52,7 +52,10 @@ class Agent:
     """qossnmpd serving `state` on a free loopback port, with or without iterator hints."""
 
     def __init__(self, qossnmpd: Path, state: Path, workdir: Path, hint: bool = True,
-                 extra_args: tuple[str, ...] = ()):
+                 extra_args: tuple[str, ...] = (), wait_for: bytes = b"qossnmpd: ready"):
+        """wait_for: the log text that tells the agent is up ("qossnmpd: ready": the state
+        file is applied; "answering on": it listens, the file may still be loading)."""
+        self.wait_for = wait_for
         self.port = free_udp_port()
         self.argv = [str(qossnmpd), "--state", str(state), "--listen",
                      f"udp:127.0.0.1:{self.port}", *extra_args]
@@ -76,7 +79,7 @@ class Agent:
         self.process = subprocess.Popen(self.argv, stdout=self._log, stderr=subprocess.STDOUT,
                                         stdin=subprocess.DEVNULL)
         deadline = time.monotonic() + READY_TIMEOUT_S
-        while b"ready" not in self.log_path.read_bytes():
+        while self.wait_for not in self.log_path.read_bytes():
             if self.process.poll() is not None or time.monotonic() > deadline:
                 self.__exit__(None, None, None)
                 sys.exit(f"qossnmpd did not start:\n{self.log_path.read_text()}")

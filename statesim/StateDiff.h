@@ -4,7 +4,8 @@
 //
 //   - The policing collections are compared key by key: each list holds the keys whose entry
 //     went (first, in key order), then those that came or changed (in key order); the new value
-//     is read from the new State when the edit is applied. A key whose entry is the same in both States is in no list.
+//     is read from the new State when the edit is applied. A key whose entry is the same in both
+//     States is in no list.
 //   - The QoS MIB is derived from several sections at once (applied classes join policy maps,
 //     service policies and counters), so its writers run over the new State when any of its
 //     sections changed (qosMibChanged), and not at all when none did.

@@ -1,6 +1,7 @@
 #include "StateLoader.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "JsonDocument.h"
@@ -51,10 +52,29 @@ bool StateLoader::busy() const {
   return requested_ || reading_ || result_;
 }
 
+void StateLoader::retire(std::shared_ptr<const State> state) {
+  {
+    std::lock_guard lock(mutex_);
+    retired_.push_back(std::move(state));
+  }
+  wake_.notify_all();
+}
+
 void StateLoader::run() {
+  // Below the agent's thread: on a busy machine reading a file waits, answering does not.
+  // (Linux: a thread's nice value is its own. Failing to lower it costs nothing but that.)
+  [[maybe_unused]] int ignored = setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), niceness);
   std::unique_lock lock(mutex_);
   for (;;) {
-    wake_.wait(lock, [this] { return stopping_ || (requested_ && !result_); });
+    wake_.wait(lock, [this] { return stopping_ || !retired_.empty() || (requested_ && !result_); });
+    if (!retired_.empty()) {
+      std::vector<std::shared_ptr<const State>> retired = std::move(retired_);
+      retired_.clear();
+      lock.unlock();
+      retired.clear();  // freed here, outside the lock
+      lock.lock();
+      continue;
+    }
     if (stopping_) {
       return;
     }

@@ -9,7 +9,9 @@
 // result waits; the next read starts once it is taken.
 //
 // Threads: construct, request(), take() and destroy on one thread (the agent's). The loader's
-// thread touches nothing but the file, its own State values and the result hand-over; a State
+// thread runs at a lower priority (nice `niceness`), so that it never takes a core from the
+// agent's thread, and touches nothing but the file, its own State values and the result
+// hand-over; a State
 // handed over is immutable and shared (std::shared_ptr<const State>). The destructor cancels a
 // read under way (it stops within 64 KiB of text or a section) and joins the thread.
 //
@@ -23,6 +25,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "State.h"
 #include "StateDiff.h"
@@ -37,6 +40,9 @@ class StateLoader {
     std::string error;                   // why the file was refused: "<file>: <where>: <what>"
     bool first = false;                  // no State had been produced before this read
   };
+
+  // The loader thread's nice value.
+  static constexpr int niceness = 10;
 
   // Starts the thread and the first read of `path`.
   explicit StateLoader(std::string path);
@@ -53,6 +59,9 @@ class StateLoader {
   int fd() const noexcept { return pipe_[0]; }
   // A read is under way or asked for, or a result waits.
   bool busy() const;
+  // Releases `state` on the loader's thread, so that the caller's thread does not spend the
+  // milliseconds freeing a large State takes.
+  void retire(std::shared_ptr<const State> state);
 
  private:
   void run();
@@ -66,6 +75,7 @@ class StateLoader {
   bool reading_ = false;
   bool stopping_ = false;
   std::optional<Result> result_;
+  std::vector<std::shared_ptr<const State>> retired_;
   std::atomic<bool> cancel_{false};
   // The loader thread's own: the last State produced.
   std::shared_ptr<const State> previous_;

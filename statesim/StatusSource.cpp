@@ -1,6 +1,7 @@
 #include "StatusSource.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "Quill/Assert.h"
 #include "StateSimTrace.h"
@@ -56,8 +57,11 @@ bool StatusSource::applyEdits(const std::function<bool()>& yield) {
         return false;
       }
     }
-    state_ = std::move(p.state);
+    std::shared_ptr<const State> replaced = std::exchange(state_, std::move(p.state));
     pending_.pop_front();
+    if (retire_) {
+      retire_(std::move(replaced));
+    }
   }
   return true;
 }

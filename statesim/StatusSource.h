@@ -95,6 +95,11 @@ class StatusSource {
   bool applyEdits(const std::function<bool()>& yield);
   // Edits are pending.
   bool applying() const noexcept { return !pending_.empty(); }
+  // Where a state goes once another is in force; by default it is released here. The agent
+  // hands it to the loader's thread: freeing a large State takes milliseconds.
+  void retireIs(std::function<void(std::shared_ptr<const State>)> retire) {
+    retire_ = std::move(retire);
+  }
   // Reads the state file at `path` and applies it; on StateFileError nothing changes.
   void load(const std::string& path);
   // Advances every counter by one second of traffic.
@@ -118,6 +123,7 @@ class StatusSource {
   // The last state given to editsIs, applied or not; what the next diff starts from.
   std::shared_ptr<const State> latest_;
   std::deque<Pending> pending_;
+  std::function<void(std::shared_ptr<const State>)> retire_;
   StatsWriter stats_;
   ConfigWriter config_;
   EcnWriter ecn_;
