@@ -63,6 +63,11 @@ def policing_state(n: int) -> dict:
     return {"policerProfiles": profiles, "policerInstances": instances}
 
 
+# Port channels' ifIndexes start above every Ethernet port's (ports are numbered up to n * 1.3):
+# a port channel must never share its ifIndex with a port, however large n is.
+PORT_CHANNEL_IF_INDEX = 1_000_000_000
+
+
 def ifpolicer_state(n: int) -> dict:
     """n interfaces with policers: n/10 port channels of four members, the rest Ethernet."""
     channels = n // 10
@@ -79,7 +84,7 @@ def ifpolicer_state(n: int) -> dict:
         members = [f"Ethernet{port + k}" for k in range(4)]
         port += 4
         interfaces += [{"name": m, "ifIndex": int(m[len("Ethernet"):])} for m in members]
-        interfaces.append({"name": f"Port-Channel{c}", "ifIndex": 1000000 + c,
+        interfaces.append({"name": f"Port-Channel{c}", "ifIndex": PORT_CHANNEL_IF_INDEX + c,
                            "members": members})
         for m in members:
             for direction in ("input", "output"):

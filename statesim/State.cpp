@@ -77,7 +77,7 @@ constexpr std::pair<std::string_view, SectionReader> sections[] = {
 
 State parseState(std::string_view text, const std::string& file, const std::atomic<bool>* cancel) {
   const Json document = parseDocument(text, file, cancel);
-  Reader r(file);
+  Reader r(file, cancel);
   State state;
   JsonObject top(r, document, "",
                  {"qosAgentRestarts", "hardware", "interfaces", "classMaps", "policyMaps",
