@@ -1,7 +1,6 @@
 #include "StateLoader.h"
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include "JsonDocument.h"
@@ -61,9 +60,6 @@ void StateLoader::retire(std::shared_ptr<const State> state) {
 }
 
 void StateLoader::run() {
-  // Below the agent's thread: on a busy machine reading a file waits, answering does not.
-  // (Linux: a thread's nice value is its own. Failing to lower it costs nothing but that.)
-  [[maybe_unused]] int ignored = setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), niceness);
   std::unique_lock lock(mutex_);
   for (;;) {
     wake_.wait(lock, [this] { return stopping_ || !retired_.empty() || (requested_ && !result_); });

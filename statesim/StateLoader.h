@@ -9,9 +9,7 @@
 // result waits; the next read starts once it is taken.
 //
 // Threads: construct, request(), take() and destroy on one thread (the agent's). The loader's
-// thread runs at a lower priority (nice `niceness`), so that it never takes a core from the
-// agent's thread, and touches nothing but the file, its own State values and the result
-// hand-over; a State
+// thread touches nothing but the file, its own State values and the result hand-over; a State
 // handed over is immutable and shared (std::shared_ptr<const State>). The destructor cancels a
 // read under way (it stops within 64 KiB of text or a section) and joins the thread.
 //
@@ -40,9 +38,6 @@ class StateLoader {
     std::string error;                   // why the file was refused: "<file>: <where>: <what>"
     bool first = false;                  // no State had been produced before this read
   };
-
-  // The loader thread's nice value.
-  static constexpr int niceness = 10;
 
   // Starts the thread and the first read of `path`.
   explicit StateLoader(std::string path);
