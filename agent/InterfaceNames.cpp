@@ -80,6 +80,9 @@ InterfaceNames::~InterfaceNames() {
   for (auto& [ifIndex, entry] : entries_) {
     netsnmp_tdata_remove_and_delete_row(table_, entry.row);
   }
+  // net-snmp 5.9 leaves the index template to its creator.
+  snmp_free_varbind(table_->indexes_template);
+  table_->indexes_template = nullptr;
   netsnmp_tdata_delete_table(table_);
 }
 
