@@ -46,7 +46,7 @@ setpriv --reuid=qossnmpd --regid=qossnmpd --init-groups \
     /usr/sbin/qossnmpd --listen "udp:127.0.0.1:$port" >/tmp/qossnmpd.log 2>&1 &
 agent=$!
 for _ in $(seq 100); do grep -q 'ready on' /tmp/qossnmpd.log && break; sleep 0.1; done
-echo "agent: $(head -1 /tmp/qossnmpd.log)"
+echo "agent: $(grep -m1 "ready on" /tmp/qossnmpd.log)"
 echo "answer: $(snmpget -v2c -c public -On -Oqv -t 2 -r 1 "127.0.0.1:$port" \
     .1.3.6.1.2.1.1.2.0 2>&1)"
 kill "$agent"; wait "$agent" && echo "stopped: 0" || echo "stopped: $?"
