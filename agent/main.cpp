@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -16,6 +17,7 @@
 #include "Dovo/TaskScheduler.h"
 #include "AgentXLink.h"
 #include "EventLoop.h"
+#include "InterfaceNames.h"
 #include "LogSink.h"
 #include "MibModules.h"
 #include "Options.h"
@@ -124,6 +126,13 @@ int serve(const Agent::Options& options) {
   Agent::PolicingModels policing(root);
   Agent::MibModules modules(options.contexts);
   modules.start();
+  // The stand-in platform's IF-MIB names of the switch's interfaces; a sub-agent leaves IF-MIB
+  // to its master.
+  std::optional<Agent::InterfaceNames> interfaceNames;
+  if (options.agentx.empty()) {
+    interfaceNames.emplace(source.ifMib());
+    interfaceNames->serve();
+  }
   // The agent owns its scheduler: the state file's edits and the table Sms run in its tasks,
   // between requests, and yield as soon as a request waits.
   auto scheduler = Quill::make<Dovo::TaskScheduler>("qossnmpd");

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs the IETF base MIB modules that the VELORA modules import
-# (SNMPv2-SMI, SNMPv2-TC, SNMPv2-CONF, and SNMPv2-MIB for name resolution
-# in the net-snmp tools) into DEST_DIR.
+# (SNMPv2-SMI, SNMPv2-TC, SNMPv2-CONF), and the modules of the interface names
+# that qossnmpd serves beside them (IF-MIB, with SNMPv2-MIB and IANAifType-MIB
+# that it imports: ifName for the exporter's lookups and the net-snmp tools),
+# into DEST_DIR.
 #
 # Debian ships no IETF MIB modules, so they are taken from the npm package
 # `net-snmp`, which carries them in lib/mibs/ as <MODULE>.mib. The package is
@@ -26,8 +28,7 @@ dest=$1
 cache=${QOSSNMP_NPM_CACHE:-${HOME:-/root}/.cache/qossnmp/npm}
 pkg_mibs="$cache/node_modules/net-snmp/lib/mibs"
 
-required=(SNMPv2-SMI SNMPv2-TC SNMPv2-CONF)
-optional=(SNMPv2-MIB)
+required=(SNMPv2-SMI SNMPv2-TC SNMPv2-CONF SNMPv2-MIB IANAifType-MIB IF-MIB)
 
 have_required() {
     local m
@@ -66,9 +67,4 @@ install_module() {
 
 for m in "${required[@]}"; do
     install_module "$pkg_mibs/$m.mib" "$m"
-done
-for m in "${optional[@]}"; do
-    if [[ -s "$pkg_mibs/$m.mib" ]]; then
-        install_module "$pkg_mibs/$m.mib" "$m"
-    fi
 done

@@ -1,6 +1,8 @@
 """Prometheus scrapes qossnmpd: Debian's prometheus-snmp-exporter, configured with the shipped
 contrib/prometheus/snmp.yml, walks a qossnmpd serving the bundled example (examples/default.json)
-and the values it exposes are the ones net-snmp's snmpget and snmpbulkwalk read.
+and the values it exposes are the ones net-snmp's snmpget and snmpbulkwalk read; every
+per-interface series names its interface (label ifName, the exporter's lookup of IF-MIB's ifName,
+which qossnmpd serves for the state file's interfaces).
 
 The exporter is a client nobody here wrote (Go's gosnmp underneath); snmp.yml is the generator's
 output for the documentation arc 32473, so a build with another arc skips these tests.
@@ -33,6 +35,7 @@ INPUT, OUTPUT = 1, 2
 STATS, ECN_COUNTERS, ECN_QUEUES, PER_INTF_STATS = 7, 8, 9, 11
 PKTS_SENT, BYTES_MATCHED = 2, 6
 ECN_COUNTER_VALUE, ECN_QUEUE_PKTS_MARKED = 2, 4
+IF_NAME = (1, 3, 6, 1, 2, 1, 31, 1, 1, 1, 1)
 
 pytestmark = pytest.mark.skipif(ENTERPRISE_ARC != 32473,
                                 reason="contrib/prometheus/snmp.yml is made for arc 32473")
@@ -122,12 +125,14 @@ def test_scraped_counters_equal_what_snmpget_reads(example_agent, exporter):
             qos_instance(STATS, PKTS_SENT, b"PM-EDGE-IN", QOS, b"VIDEO", INPUT),
         ("veloraQosBytesMatched", tuple(video.items())):
             qos_instance(STATS, BYTES_MATCHED, b"PM-EDGE-IN", QOS, b"VIDEO", INPUT),
-        ("veloraQosPerIntfPktsSent", tuple(video.items()) + (("veloraServicePolicyIfIndex", "2"),)):
+        ("veloraQosPerIntfPktsSent",
+         tuple(video.items()) + (("veloraServicePolicyIfIndex", "2"), ("ifName", "Ethernet2"))):
             qos_instance(PER_INTF_STATS, PKTS_SENT, b"PM-EDGE-IN", QOS, b"VIDEO", INPUT, 2),
         ("veloraEcnCounterValue", (("veloraEcnCounterDescriptor", "ecn-ect-received"),)):
             qos_instance(ECN_COUNTERS, ECN_COUNTER_VALUE, b"ecn-ect-received"),
         ("veloraEcnQueuePktsMarked",
-         (("veloraEcnIfIndex", "25"), ("veloraEcnEgressQueueIndex", "1"))):
+         (("veloraEcnIfIndex", "25"), ("veloraEcnEgressQueueIndex", "1"),
+          ("ifName", "Ethernet25"))):
             qos_instance(ECN_QUEUES, ECN_QUEUE_PKTS_MARKED, 25, 1),
     }
     read = {v.oid: v for v in example_agent.netsnmp().get(*cells.values())}
@@ -212,3 +217,27 @@ def test_interface_policer_series_carry_their_profile_name(example_agent, export
     labelled = {int(s.labels["veloraIfPolicerInStatsIfIndex"]):
                 s.labels["veloraIfPolicerInStatsProfile"] for s in dropped}
     assert profiles and labelled == profiles
+
+
+@pytest.mark.parametrize("module", ["velora_qos", "velora_if_policer"])
+def test_every_per_interface_series_carries_the_interface_name(example_agent, exporter, snmp_yml,
+                                                               module):
+    """Each series of a table indexed by an interface (service policies, per-interface and
+    policer statistics, ECN queues, interface policers) has an ifName label, the name the agent
+    serves for that ifIndex."""
+    names = {v.oid[-1]: v.value.decode() for v in example_agent.netsnmp().walk(IF_NAME)}
+    assert names, "the agent serves no ifName"
+    families = exporter.scrape(target(example_agent), module)
+    per_interface = {}
+    for metric in snmp_yml[module]["metrics"]:
+        labels = [i["labelname"] for i in metric.get("indexes", [])]
+        if_index = [label for label in labels if label.endswith("IfIndex")]
+        if if_index:
+            per_interface[metric["name"]] = if_index[0]
+    assert per_interface, f"{module}: no per-interface series"
+    for name, if_index in per_interface.items():
+        family = families.get(name) or families.get(f"{name}_info")
+        assert family is not None and family.samples, f"{name}: no series in the example"
+        for sample in family.samples:
+            assert "ifName" in sample.labels, f"{name}{sample.labels}: no ifName"
+            assert sample.labels["ifName"] == names[int(sample.labels[if_index])], name

@@ -6,6 +6,7 @@ LD_LIBRARY_PATH and no option but the address, answering a walk of the bundled e
 
 from __future__ import annotations
 
+import gzip
 import json
 import os
 import re
@@ -18,9 +19,10 @@ from pathlib import Path
 import pytest
 
 from conftest import CONFFILE, REPO, UNIT_DIR, UNITS, run
-from snmpclient import CLASS_MAP_TABLE, NetSnmp
+from snmpclient import CLASS_MAP_TABLE, ENTERPRISE_ARC, NetSnmp
 
 READY_TIMEOUT_S = 20
+DROP_IN = "usr/share/qossnmp/snmpd.conf.d/qossnmpd.conf"
 
 
 def listing(deb: Path) -> dict[str, tuple[str, str]]:
@@ -43,9 +45,13 @@ def expected_files(multiarch: str) -> dict[str, str]:
         "usr/share/man/man8/qossnmpd.8.gz": "-rw-r--r--",
         "usr/share/doc/qossnmpd/copyright": "-rw-r--r--",
         "usr/share/doc/qossnmpd/changelog.Debian.gz": "-rw-r--r--",
+        "usr/share/doc/qossnmpd/README.md.gz": "-rw-r--r--",
+        "usr/share/doc/qossnmpd/state-file.md.gz": "-rw-r--r--",
         "usr/share/lintian/overrides/qossnmpd": "-rw-r--r--",
         "usr/share/qossnmp/prometheus/generator.yml": "-rw-r--r--",
         "usr/share/qossnmp/prometheus/snmp.yml": "-rw-r--r--",
+        "usr/share/qossnmp/prometheus/alerts.yml": "-rw-r--r--",
+        DROP_IN: "-rw-r--r--",
     }
     files.update({f"{UNIT_DIR}/{unit}": "-rw-r--r--" for unit in UNITS})
     files.update({f"usr/share/snmp/mibs/{m.name.removesuffix('.in')}": "-rw-r--r--"
@@ -67,6 +73,23 @@ def test_files_owners_and_modes(deb, multiarch):
 def test_the_configuration_is_the_one_conffile(control, root):
     assert (control / "conffiles").read_text() == f"/{CONFFILE}\n"
     assert (root / CONFFILE).read_text() == (REPO / "agent" / "qossnmpd.conf").read_text()
+
+
+def test_the_snmpd_drop_in_and_the_documents_are_the_sources(root):
+    """The drop-in is its template with the arc and its own installed path filled in, and the
+    documents in /usr/share/doc/qossnmpd are the README and the state file's reference."""
+    template = (REPO / "packaging" / "snmpd-qossnmpd.conf.in").read_text()
+    drop_in = (root / DROP_IN).read_text()
+    assert "@" not in drop_in
+    assert drop_in == (template.replace("@VELORA_ENTERPRISE_ARC@", str(ENTERPRISE_ARC))
+                       .replace("@QOSSNMPD_SNMPD_DROPIN@", f"/{DROP_IN}"))
+    assert f"\nview systemonly included .1.3.6.1.4.1.{ENTERPRISE_ARC}\n" in drop_in
+    docs = root / "usr/share/doc/qossnmpd"
+    for name, source in (("README.md.gz", REPO / "README.md"),
+                         ("state-file.md.gz", REPO / "docs" / "state-file.md")):
+        assert gzip.decompress((docs / name).read_bytes()) == source.read_bytes(), name
+    alerts = root / "usr/share/qossnmp/prometheus/alerts.yml"
+    assert alerts.read_bytes() == (REPO / "contrib/prometheus/alerts.yml").read_bytes()
 
 
 def test_control_fields_and_library_dependencies(deb, root):

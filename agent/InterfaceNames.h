@@ -1,0 +1,86 @@
+// Agent::InterfaceNames: IF-MIB's names of the switch's interfaces, for a master agent.
+//
+// The stand-in platform's interface MIB: ifDescr (ifTable column 2), ifName and ifAlias
+// (ifXTable columns 1 and 18) of every interface in the interface MIB's ifIndex map
+// (IntfSnmp::IfMib::ifIndexByIntfId). ifDescr and ifName are the interface's name
+// ("Ethernet11", "Port-Channel1"); ifAlias is empty (the state file holds no description). No
+// other column of either table is served. net-snmp's own IF-MIB module describes the host's
+// interfaces, not the switch's, and is not used; a sub-agent serves none of this (its master's
+// IF-MIB stands).
+//
+// The rows live in one net-snmp table-data (tdata) container, shared by both registrations, and
+// follow the map key by key: the object subscribes to the map's changes and moves, adds or
+// removes the one row a change touches. While a reload is under way two interfaces may briefly
+// share an ifIndex (one has moved to it, the other not yet away); the row then names the lower
+// interface id, and the other's again once it moves on.
+//
+// The constructor builds the rows; serve() registers the two tables with the agent (throws
+// SnmpAgentError if it cannot) and the destructor unregisters them. REQUIRES: net-snmp's library is
+// initialised (containers) before construction, its agent before serve(). Single-threaded: the
+// agent's thread.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "IntfSnmp/IfMib.h"
+#include "Linko/IntfId.h"
+#include "Quill/Ptr.h"
+#include "Quill/IntTypes.h"
+#include "Quill/Publisher.h"
+
+struct netsnmp_handler_registration_s;
+struct netsnmp_tdata_s;
+struct netsnmp_tdata_row_s;
+struct netsnmp_table_registration_info_s;
+
+namespace Agent {
+
+using Quill::U32;
+
+class InterfaceNames {
+ public:
+  // REQUIRES: ifMib.
+  explicit InterfaceNames(Quill::Ptr<IntfSnmp::IfMib const> ifMib);
+  ~InterfaceNames();
+  InterfaceNames(const InterfaceNames&) = delete;
+  InterfaceNames& operator=(const InterfaceNames&) = delete;
+
+  // Registers ifTable and ifXTable in the default context. REQUIRES: not serving.
+  void serve();
+  bool serving() const noexcept { return !registrations_.empty(); }
+
+  // The name in the row of `ifIndex`, as a request would read it through the table-data
+  // container; none when there is no row.
+  std::optional<std::string> name(U32 ifIndex) const;
+  // The number of rows.
+  size_t rows() const;
+
+ private:
+  struct Entry {
+    std::set<Linko::IntfId> intfs;  // the interfaces with this ifIndex; the first names the row
+    std::string name;
+    netsnmp_tdata_row_s* row = nullptr;
+  };
+
+  // The map's key `intf` changed.
+  void changed(Linko::IntfId intf);
+  // Makes the row of `ifIndex` agree with its entry: added, renamed or removed.
+  void sync(U32 ifIndex);
+
+  Quill::Ptr<IntfSnmp::IfMib const> ifMib_;
+  netsnmp_tdata_s* table_ = nullptr;
+  std::map<U32, Entry> entries_;                // by ifIndex; node addresses are the rows' data
+  std::map<Linko::IntfId, U32> ifIndexByIntf_;  // what the rows show for each interface
+  struct Registration {
+    netsnmp_handler_registration_s* reg;
+    netsnmp_table_registration_info_s* info;  // ours: freed after the registration
+  };
+  std::vector<Registration> registrations_;
+  Quill::Publisher<Linko::IntfId>::Subscription subscription_;
+};
+
+}  // namespace Agent
