@@ -2,6 +2,8 @@
 
 #include <sys/select.h>
 
+#include <algorithm>
+
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
 
@@ -31,6 +33,9 @@ void WaitingRequests::fdsIs(const std::vector<int>& fds) {
   due_ = true;
   waiting_ = false;
   sliceStart_ = std::chrono::steady_clock::now();
+  // The time spent serving since the last slice, within [floor, ceiling].
+  minimum_ =
+      std::clamp<std::chrono::steady_clock::duration>(sliceStart_ - sliceEnd_, floor_, ceiling_);
 }
 
 bool WaitingRequests::operator()() {

@@ -3,6 +3,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <thread>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -25,7 +27,7 @@ class WaitingRequestsTest : public ::testing::Test {
 };
 
 TEST_F(WaitingRequestsTest, SeesADatagramWaitingOnAWatchedSocket) {
-  Agent::WaitingRequests waiting(0us, 0us);
+  Agent::WaitingRequests waiting(0us, 0us, 0us);
   EXPECT_FALSE(waiting());  // nothing watched
   waiting.fdsIs({pair_[0]});
   EXPECT_FALSE(waiting());
@@ -36,7 +38,7 @@ TEST_F(WaitingRequestsTest, SeesADatagramWaitingOnAWatchedSocket) {
 }
 
 TEST_F(WaitingRequestsTest, PollsAtMostOncePerInterval) {
-  Agent::WaitingRequests waiting(1h, 0us);
+  Agent::WaitingRequests waiting(1h, 0us, 0us);
   waiting.fdsIs({pair_[0]});
   EXPECT_FALSE(waiting());
   Send();
@@ -49,12 +51,35 @@ TEST_F(WaitingRequestsTest, PollsAtMostOncePerInterval) {
   EXPECT_EQ(waiting.polls(), 2U);
 }
 
-TEST_F(WaitingRequestsTest, EachSliceGetsItsMinimumOfWorkFirst) {
-  Agent::WaitingRequests waiting(0us, 1h);
+TEST_F(WaitingRequestsTest, ASliceWorksAsLongAsRequestsWereServedBeforeIt) {
+  Agent::WaitingRequests waiting(0us, 0us, 1h);
+  waiting.sliceEnded();
+  std::this_thread::sleep_for(20ms);  // requests served between the slices
   waiting.fdsIs({pair_[0]});
   Send();
-  EXPECT_FALSE(waiting());
+  EXPECT_FALSE(waiting()) << "the slice's own work comes first";
   EXPECT_EQ(waiting.polls(), 0U);
+  std::this_thread::sleep_for(25ms);
+  EXPECT_TRUE(waiting());
+  // A slice right after the last one owes next to nothing.
+  waiting.sliceEnded();
+  waiting.fdsIs({pair_[0]});
+  std::this_thread::sleep_for(1ms);
+  EXPECT_TRUE(waiting());
+}
+
+TEST_F(WaitingRequestsTest, TheFloorAndTheCeilingBoundTheSlicesOwnWork) {
+  Agent::WaitingRequests capped(0us, 0us, 1ms);
+  capped.sliceEnded();
+  std::this_thread::sleep_for(20ms);
+  capped.fdsIs({pair_[0]});
+  Send();
+  std::this_thread::sleep_for(2ms);
+  EXPECT_TRUE(capped()) << "no more than the ceiling";
+  Agent::WaitingRequests floored(0us, 1h, 1h);
+  floored.sliceEnded();
+  floored.fdsIs({pair_[0]});
+  EXPECT_FALSE(floored()) << "at least the floor";
 }
 
 }  // namespace

@@ -197,6 +197,7 @@ int serve(const Agent::Options& options) {
   callbacks.runTasks = [&] {
     waiting.refresh();
     scheduler->runFor(scheduler->timeSlice());
+    waiting.sliceEnded();
   };
   callbacks.reload = [&] {
     if (!reloading) {
