@@ -98,6 +98,20 @@ class PolicingTableSmTest : public ::testing::Test {
     }
     return names;
   }
+  // The profile table holds a row for each profile of the policing status in force, no other.
+  void expectProfileRowsEqual(std::vector<std::string> expected) const {
+    std::vector<std::string> rows = profileRows();
+    std::sort(expected.begin(), expected.end());
+    std::sort(rows.begin(), rows.end());
+    EXPECT_EQ(rows, expected);
+  }
+  void expectProfileRowsEqualTheStatus() const {
+    std::vector<std::string> names;
+    for (const auto& [name, value] : status_->policingStatus()->profile()) {
+      names.push_back(name.str());
+    }
+    expectProfileRowsEqual(names);
+  }
   std::vector<std::string> instanceRows() const {
     std::vector<std::string> names;
     for (const auto& row : mib_->policerInstanceTableColl()) {
@@ -221,10 +235,7 @@ TEST_F(PolicingTableSmTest, ScanResumesAfterItsBookmarkKeyWasDeleted) {
   // the first pass and its deletion, never by the resumed scan.
   EXPECT_EQ(trace.countEnding("k: " + victims[0]), 1U);
   EXPECT_EQ(trace.countEnding("k: " + victims[1]), 2U);
-  std::vector<std::string> rows = profileRows();
-  std::sort(expected.begin(), expected.end());
-  std::sort(rows.begin(), rows.end());
-  EXPECT_EQ(rows, expected);
+  expectProfileRowsEqual(expected);
 }
 
 // --- reconciliation ---
@@ -414,14 +425,7 @@ TEST_F(PolicingTableSmTest, ReplacingThePolicingStatusDuringTheInitialScansKeeps
   }
   scheduler_->runUntilIdle();
   ASSERT_TRUE(sm->idle());
-  std::vector<std::string> expected;
-  for (const auto& [name, value] : status_->policingStatus()->profile()) {
-    expected.push_back(name.str());
-  }
-  std::vector<std::string> rows = profileRows();
-  std::sort(expected.begin(), expected.end());
-  std::sort(rows.begin(), rows.end());
-  EXPECT_EQ(rows, expected);
+  expectProfileRowsEqualTheStatus();
 }
 
 TEST_F(PolicingTableSmTest, IdleIsFalseWhileAScanIsPendingAndTraced) {

@@ -13,6 +13,7 @@
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
 #include "Quill/Assert.h"
+#include "SnmpSelect.h"
 
 namespace Agent {
 
@@ -115,12 +116,7 @@ int EventLoop::run(const Callbacks& callbacks) {
 }
 
 unsigned long EventLoop::serveOnce(bool poll, const std::vector<Watch>& watches) {
-  int numfds = 0;
-  fd_set readfds;
-  FD_ZERO(&readfds);
-  timeval timeout = {};
-  int block = 1;
-  snmp_select_info(&numfds, &readfds, &timeout, &block);
+  auto [numfds, readfds, timeout, block] = SnmpSelect::now();
   if (poll) {
     block = 0;
     timeout = {};

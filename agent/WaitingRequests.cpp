@@ -1,24 +1,16 @@
 #include "WaitingRequests.h"
 
-#include <sys/select.h>
-
 #include <algorithm>
 
-#include <net-snmp/net-snmp-config.h>
-#include <net-snmp/net-snmp-includes.h>
+#include "SnmpSelect.h"
 
 namespace Agent {
 
 void WaitingRequests::refresh() {
-  int numfds = 0;
-  fd_set readfds;
-  FD_ZERO(&readfds);
-  timeval timeout = {};
-  int block = 0;
-  snmp_select_info(&numfds, &readfds, &timeout, &block);
+  const SnmpSelect sockets = SnmpSelect::now();
   std::vector<int> fds;
-  for (int fd = 0; fd < numfds; ++fd) {
-    if (FD_ISSET(fd, &readfds)) {
+  for (int fd = 0; fd < sockets.numfds; ++fd) {
+    if (FD_ISSET(fd, &sockets.readfds)) {
       fds.push_back(fd);
     }
   }

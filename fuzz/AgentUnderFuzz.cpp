@@ -25,6 +25,7 @@
 #include "Options.h"
 #include "PlatformSetup.h"
 #include "SnmpAgent.h"
+#include "SnmpSelect.h"
 #include "StatusSource.h"
 
 namespace Fuzz {
@@ -151,17 +152,12 @@ void AgentUnderFuzz::tick() {
 
 void AgentUnderFuzz::serveUntilIdle() {
   for (;;) {
-    int numfds = 0;
-    fd_set readfds;
-    FD_ZERO(&readfds);
-    timeval timeout = {};
-    int block = 0;
-    snmp_select_info(&numfds, &readfds, &timeout, &block);
+    Agent::SnmpSelect sockets = Agent::SnmpSelect::now();
     timeval now = {};
-    if (select(numfds, &readfds, nullptr, nullptr, &now) <= 0) {
+    if (select(sockets.numfds, &sockets.readfds, nullptr, nullptr, &now) <= 0) {
       break;
     }
-    snmp_read(&readfds);
+    snmp_read(&sockets.readfds);
   }
   scheduler_->runUntilIdle();
   run_alarms();

@@ -7,7 +7,7 @@
 #      churn and AgentX faults (ctest label hostile);
 #   3. build-fuzz/ (clang 16, -DQOSSNMP_FUZZ=ON): the libFuzzer targets of the agent's packet
 #      path and of the state file's reader, for a bounded number of executions each (ctest label
-#      fuzz; QOSSNMP_FUZZ_RUNS, default 120000, and QOSSNMP_STATE_FUZZ_RUNS, default 20000). A
+#      fuzz; QOSSNMP_FUZZ_RUNS, default 120000, and QOSSNMP_STATE_FUZZ_RUNS, default 50000). A
 #      crash prints "reproducer: PATH".
 #   4. build-deb/: the Debian package (scripts/build-package.sh) and its checks: contents,
 #      the agent run from the extracted package, lintian, systemd-analyze.
@@ -46,7 +46,7 @@ cmake -S "$root" -B "$root/build-fuzz" -DQOSSNMP_FUZZ=ON \
     -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_FLAGS_RELWITHDEBINFO="-O1 -g" \
     -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g" \
     -DQOSSNMP_FUZZ_RUNS="${QOSSNMP_FUZZ_RUNS:-120000}" \
-    -DQOSSNMP_STATE_FUZZ_RUNS="${QOSSNMP_STATE_FUZZ_RUNS:-20000}"
+    -DQOSSNMP_STATE_FUZZ_RUNS="${QOSSNMP_STATE_FUZZ_RUNS:-50000}"
 cmake --build "$root/build-fuzz" -j"$jobs" --target qossnmp_agent_fuzzer qossnmp_state_fuzzer
 (cd "$root/build-fuzz" && ctest --output-on-failure -V -L fuzz -j1) || status=1
 

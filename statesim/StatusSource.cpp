@@ -88,26 +88,18 @@ bool StatusSource::applyStep(const Pending& p, size_t step) {
   step -= 1;
   // The keys, in this order: policers before the ifIndex map, so that an interface that goes
   // with its policers loses its rows while its ifIndex still names them.
-  if (step < d.profiles.size()) {
-    policing_.profileIs(state, d.profiles[step]);
-    return true;
-  }
-  step -= d.profiles.size();
-  if (step < d.instances.size()) {
-    policing_.instanceIs(state, d.instances[step]);
-    return true;
-  }
-  step -= d.instances.size();
-  if (step < d.intfPolicers.size()) {
-    policing_.intfPolicerIs(state, d.intfPolicers[step]);
-    return true;
-  }
-  step -= d.intfPolicers.size();
-  if (step < d.ifIndexes.size()) {
-    policing_.ifIndexIs(state, d.ifIndexes[step]);
-    return true;
-  }
-  return false;
+  auto edit = [&step](const auto& keys, auto&& apply) {
+    if (step < keys.size()) {
+      apply(keys[step]);
+      return true;
+    }
+    step -= keys.size();
+    return false;
+  };
+  return edit(d.profiles, [&](const auto& name) { policing_.profileIs(state, name); }) ||
+         edit(d.instances, [&](const auto& name) { policing_.instanceIs(state, name); }) ||
+         edit(d.intfPolicers, [&](const auto& key) { policing_.intfPolicerIs(state, key); }) ||
+         edit(d.ifIndexes, [&](const auto& intf) { policing_.ifIndexIs(state, intf); });
 }
 
 void StatusSource::qosMibIs(const State& state) {
