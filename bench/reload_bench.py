@@ -3,8 +3,8 @@
 start on a large state file, on a Release build of qossnmpd.
 
   reload   --profiles N policing profiles and as many policer instances (default 100,000): a
-           SIGHUP after 0, 1, 1,000 and N/1 of the profiles changed, GETs sent back to back all
-           the while. Reported per reload: the time from SIGHUP to "reloaded" (read, compare and
+           SIGHUP after 0, 1, 1,000 and all N of the profiles changed, GETs of a QoS class map
+           row sent back to back all the while (from a process of their own). Reported per reload: the time from SIGHUP to "reloaded" (read, compare and
            apply), the CPU time of the agent's thread spent on it (the loader thread's apart),
            the time from SIGHUP until a GET sees the change, and the GETs' latency meanwhile.
   burst    --class-maps N class maps (default 5,000): 20 SIGHUPs a second for 10 s, each after
@@ -44,6 +44,18 @@ TABLE_SMS = 4
 
 def profile_cir_oid(name: str):
     return (*PROFILE_TABLE, 1, 2, len(name), *name.encode())
+
+
+# The row the latency probes GET: a QoS class map row that exists from the moment the state file
+# is applied. (A GET of a row that does not exist walks the table from its first row, by design
+# of the table layer: it would measure the table's size, not the agent's responsiveness.)
+PROBE_CLASS_MAP = {"id": "cm-probe", "type": "qos", "name": "probe"}
+PROBE_OID = (*CLASS_MAP_NAME, len(PROBE_CLASS_MAP["id"]), *PROBE_CLASS_MAP["id"].encode(), 2)
+
+
+def probed_policing_state(n: int) -> dict:
+    """policing_state(n) with the probe's class map."""
+    return {**policing_state(n), "classMaps": [PROBE_CLASS_MAP]}
 
 
 def thread_cpu_ns(pid: int, tid: int) -> int:
@@ -118,7 +130,7 @@ def cir_of(getter: Getter) -> int | None:
 
 
 def reload_scenario(qossnmpd: Path, n: int, workdir: Path) -> None:
-    state = policing_state(n)
+    state = probed_policing_state(n)
     path = workdir / "state.json"
     path.write_text(json.dumps(state))
     print(f"== reload: {n} profiles, {n} instances ({path.stat().st_size / 1e6:.1f} MB)",
@@ -126,7 +138,7 @@ def reload_scenario(qossnmpd: Path, n: int, workdir: Path) -> None:
     # StateSim/1 traces "Applying N key edits" when a read's result reaches the agent's thread.
     with Agent(qossnmpd, path, workdir, extra_args=("--trace", "StateSim/1")) as agent:
         wait_log(agent, "Sm ready after", TABLE_SMS)
-        prober = Prober(agent.port, profile_cir_oid("prof-000000"), workdir)
+        prober = Prober(agent.port, PROBE_OID, workdir)
         prober.start()
         time.sleep(1.0)
         idle = prober.between(time.monotonic() - 1.0, time.monotonic())
@@ -213,7 +225,7 @@ def burst_scenario(qossnmpd: Path, class_maps: int, workdir: Path) -> None:
 
 def start_scenario(qossnmpd: Path, n: int, workdir: Path) -> None:
     path = workdir / "state.json"
-    path.write_text(json.dumps(policing_state(n)))
+    path.write_text(json.dumps(probed_policing_state(n)))
     print(f"== start: {n} profiles, {n} instances", flush=True)
     start = time.monotonic()
     with Agent(qossnmpd, path, workdir, wait_for=b"answering on") as agent:
@@ -221,7 +233,7 @@ def start_scenario(qossnmpd: Path, n: int, workdir: Path) -> None:
         while getter.one() is None:
             pass
         first_answer = time.monotonic() - start
-        prober = Prober(agent.port, profile_cir_oid("prof-000000"), workdir)
+        prober = Prober(agent.port, PROBE_OID, workdir)
         prober.start()
         ready = wait_log(agent, "qossnmpd: ready on", 1) - start
         complete = wait_log(agent, "Sm ready after", TABLE_SMS) - start
