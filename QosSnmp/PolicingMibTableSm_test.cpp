@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -83,6 +84,16 @@ class PolicingTableSmTest : public ::testing::Test {
     c.priority = 3;
     c.synchronousMode = mode;
     return c;
+  }
+  // Profiles a and b and instance i1, and both Sms (asynchronous) once their tasks have run.
+  std::pair<Quill::Ptr<PolicingProfileTableSm>, Quill::Ptr<PolicerInstanceTableSm>> bothSmsReady() {
+    addProfile("a");
+    addProfile("b");
+    addInstance("i1", "a");
+    auto profiles = profileSm();
+    auto instances = policerInstanceTableSmFactory(mib_, status_, control(2));
+    scheduler_->runUntilIdle();
+    return {profiles, instances};
   }
   // One task run (a zero budget is spent after the first run).
   void runOnce() { scheduler_->runFor(std::chrono::microseconds(0)); }
@@ -329,12 +340,7 @@ TEST_F(PolicingTableSmTest, EventsBeforeTheInitialScanDoneProduceNothing) {
 }
 
 TEST_F(PolicingTableSmTest, LosingThePolicingStatusDeletesEveryRowOfBothTables) {
-  addProfile("a");
-  addProfile("b");
-  addInstance("i1", "a");
-  auto profiles = profileSm();
-  auto instances = policerInstanceTableSmFactory(mib_, status_, control(2));
-  scheduler_->runUntilIdle();
+  auto [profiles, instances] = bothSmsReady();
   EXPECT_EQ(profileRows().size(), 2U);
   EXPECT_EQ(instanceRows().size(), 1U);
   status_->policingStatusIs(nullptr);
@@ -366,12 +372,7 @@ TEST_F(PolicingTableSmTest, LosingThePolicingStatusBeforeTheInitialScanDeletesNo
 // A restart of the QoS agent: its policing status is replaced by a new one, possibly twice or
 // cleared and set again, before the scheduler next runs.
 TEST_F(PolicingTableSmTest, ReplacingThePolicingStatusTwiceBeforeTheSchedulerRunsKeepsUp) {
-  addProfile("a");
-  addProfile("b");
-  addInstance("i1", "a");
-  auto profiles = profileSm();
-  auto instances = policerInstanceTableSmFactory(mib_, status_, control(2));
-  scheduler_->runUntilIdle();
+  auto [profiles, instances] = bothSmsReady();
   ASSERT_TRUE(profiles->idle() && instances->idle());
   auto restarted = [&](std::vector<std::string> names, std::vector<std::string> instanceNames) {
     auto next = Quill::make<Qos::PolicingStatus>("policingStatus");
