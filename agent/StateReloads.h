@@ -45,8 +45,6 @@ class StateReloads {
   void resultReady();
   // Reads the file again (SIGHUP).
   void request() { loader_.request(); }
-  // A read or an apply is under way or asked for.
-  bool busy() const { return applying_.has_value() || loader_.busy(); }
 
  private:
   void applyRun();

@@ -90,10 +90,8 @@ int check(const Agent::Options& options) {
     reportError(e.what());
     ok = false;
   }
-  auto root = Agent::setUpPlatform(options);
-  StateSim::StatusSource source(root);
   try {
-    source.load(options.state);
+    StateSim::readStateFile(options.state);
   } catch (const StateSim::StateFileError& e) {
     reportError(e.what());
     ok = false;

@@ -45,7 +45,6 @@ class StateLoader {
   StateLoader(const StateLoader&) = delete;
   StateLoader& operator=(const StateLoader&) = delete;
 
-  const std::string& path() const noexcept { return path_; }
   // Asks for another read of the file.
   void request();
   // The waiting result, if any.

@@ -93,8 +93,6 @@ class StatusSource {
   // Applies pending edits, in order, until none is left (true: every state given to editsIs is
   // in force) or `yield()` answers true after an edit (false: call again).
   bool applyEdits(const std::function<bool()>& yield);
-  // Edits are pending.
-  bool applying() const noexcept { return !pending_.empty(); }
   // Where a state goes once another is in force; by default it is released here. The agent
   // hands it to the loader's thread: freeing a large State takes milliseconds.
   void retireIs(std::function<void(std::shared_ptr<const State>)> retire) {
