@@ -37,8 +37,6 @@ void ConfigWriter::stateIs(const State& state, const StatsWriter& stats, QosSnmp
   classMapsIs(state, mib);
   policyMapsIs(state, stats, mib);
   servicePoliciesIs(state, mib);
-  classMaps_.sweep();
-  matches_.sweep();
   policyMaps_.sweep();
   classActions_.sweep();
   actions_.sweep();
@@ -46,44 +44,81 @@ void ConfigWriter::stateIs(const State& state, const StatsWriter& stats, QosSnmp
 }
 
 void ConfigWriter::classMapsIs(const State& state, QosSnmp::QosMib& mib) {
-  using ClassMapPtr = Quill::Ptr<Qos::ClassMapStatus const>;
-  std::map<QosSnmp::ClassMapTableIndex, std::tuple<ClassMapPtr>> classMapRows;
-  std::map<QosSnmp::ClassMapMatchTableIndex,
-           std::tuple<ClassMapPtr, Quill::Ptr<Qos::ClassMapMatch const>>>
-      matchRows;
-  std::map<Qos::ClassMapCpStaticType, ClassMapPtr> byStaticType;
-  for (const auto& [index, classMap] : state.classMaps) {
-    ClassMapPtr status = classMaps_.is(
-        index, classMap, [&] { return Quill::make<Qos::ClassMapStatus>(classMap.name); },
-        [](Qos::ClassMapStatus& s, const ClassMapState& values) {
-          s.nameIs(values.name);
-          s.matchConditionIs(values.matchCondition);
-        });
-    classMapRows[index] = {status};
-    if (classMap.staticType) {
-      byStaticType[*classMap.staticType] = status;
-    }
-    for (const auto& [matchIndex, match] : classMap.matches) {
-      QosSnmp::ClassMapMatchTableIndex key(index.classMapId, index.classMapType, matchIndex);
-      auto object = matches_.is(
-          key, match, [&] { return Quill::make<Qos::ClassMapMatch>(match.type, match.name); },
-          writeMatch);
-      matchRows[key] = {status, object};
+  std::vector<QosSnmp::ClassMapTableIndex> gone;
+  for (const auto& row : mib.classMapTable()) {
+    if (!state.classMaps.contains(row.index())) {
+      gone.push_back(row.index());
     }
   }
-  STATESIM_SYNC_ROWS(mib, classMapTable, classMapRows);
-  STATESIM_SYNC_ROWS(mib, classMapMatchTable, matchRows);
+  for (const auto& index : gone) {
+    classMapIs(state, index, mib);
+  }
+  for (const auto& [index, classMap] : state.classMaps) {
+    classMapIs(state, index, mib);
+  }
+}
 
+void ConfigWriter::classMapIs(const State& state, const QosSnmp::ClassMapTableIndex& index,
+                              QosSnmp::QosMib& mib) {
+  auto it = state.classMaps.find(index);
+  const ClassMapState* classMap = it == state.classMaps.end() ? nullptr : &it->second;
+  const Quill::Ptr<Qos::ClassMapStatus const> before = classMaps_.find(index);
+  // Its match rows that the state no longer has.
+  std::vector<QosSnmp::ClassMapMatchTableIndex> staleMatches;
+  const auto& matchTable = mib.classMapMatchTable();
+  for (auto row = matchTable.lowerBoundIter({index.classMapId, index.classMapType, 0});
+       row != matchTable.end() && row->index().classMapId == index.classMapId &&
+       row->index().classMapType == index.classMapType;
+       ++row) {
+    if (!classMap || !classMap->matches.contains(row->index().classMapMatchIndex)) {
+      staleMatches.push_back(row->index());
+    }
+  }
+  for (const auto& key : staleMatches) {
+    mib.classMapMatchTableDel(key);
+    matches_.del(key);
+  }
+  if (!classMap) {
+    mib.classMapTableDel(index);
+    classMaps_.del(index);
+    staticTypesGone(before, nullptr, mib);
+    return;
+  }
+
+  Quill::Ptr<Qos::ClassMapStatus const> status = classMaps_.set(
+      index, *classMap, [&] { return Quill::make<Qos::ClassMapStatus>(classMap->name); },
+      [](Qos::ClassMapStatus& s, const ClassMapState& values) {
+        s.nameIs(values.name);
+        s.matchConditionIs(values.matchCondition);
+      });
+  STATESIM_SYNC_ROW(mib, classMapTable, index, status);
+  for (const auto& [matchIndex, match] : classMap->matches) {
+    QosSnmp::ClassMapMatchTableIndex key(index.classMapId, index.classMapType, matchIndex);
+    Quill::Ptr<Qos::ClassMapMatch const> object = matches_.set(
+        key, match, [&] { return Quill::make<Qos::ClassMapMatch>(match.type, match.name); },
+        writeMatch);
+    STATESIM_SYNC_ROW(mib, classMapMatchTable, key, status, object);
+  }
+  staticTypesGone(before, classMap, mib);
+  if (classMap->staticType) {
+    mib.cmapByStaticTypeIs(*classMap->staticType, status);
+  }
+}
+
+void ConfigWriter::staticTypesGone(const Quill::Ptr<Qos::ClassMapStatus const>& status,
+                                   const ClassMapState* classMap, QosSnmp::QosMib& mib) {
+  if (!status) {
+    return;
+  }
   deleteUnwanted(
       mib.cmapByStaticType(),
-      [&](Qos::ClassMapCpStaticType type) { return byStaticType.contains(type); },
+      [&](Qos::ClassMapCpStaticType type) {
+        return mib.cmapByStaticType(type) != status || (classMap && classMap->staticType == type);
+      },
       [&](Qos::ClassMapCpStaticType type) {
         QTRACE(trace(), 7, "Deleting static class map {}", Mox::enumName(type));
         mib.cmapByStaticTypeDel(type);
       });
-  for (const auto& [type, status] : byStaticType) {
-    mib.cmapByStaticTypeIs(type, status);
-  }
 }
 
 void ConfigWriter::policyMapsIs(const State& state, const StatsWriter& stats,

@@ -41,6 +41,12 @@ class ConfigWriter {
   // same state already (action rows read its hardware statuses).
   void stateIs(const State& state, const StatsWriter& stats, QosSnmp::QosMib& mib);
 
+  // Brings the class map at `index` (its status object, its rows, its static type) to what
+  // `state` holds for it, or removes it when `state` has none: a key-level edit. The other
+  // tables do not depend on class maps.
+  void classMapIs(const State& state, const QosSnmp::ClassMapTableIndex& index,
+                  QosSnmp::QosMib& mib);
+
   Quill::Ptr<Qos::ClassMapStatus const> classMap(const QosSnmp::ClassMapTableIndex& index) const {
     return classMaps_.find(index);
   }
@@ -48,6 +54,10 @@ class ConfigWriter {
 
  private:
   void classMapsIs(const State& state, QosSnmp::QosMib& mib);
+  // Deletes the static types that name `status` (a class map's status object, or null) unless
+  // `classMap` (its new state, or null when it went) keeps them.
+  void staticTypesGone(const Quill::Ptr<Qos::ClassMapStatus const>& status,
+                       const ClassMapState* classMap, QosSnmp::QosMib& mib);
   void policyMapsIs(const State& state, const StatsWriter& stats, QosSnmp::QosMib& mib);
   void servicePoliciesIs(const State& state, QosSnmp::QosMib& mib);
 

@@ -1,5 +1,6 @@
 // StateSim::syncRows: brings one QoS MIB table to the rows a state calls for, key by key;
-// deleteUnwanted does the same for the members of a status object's map.
+// syncRow does it for one row (a key-level edit); deleteUnwanted does it for the members of a
+// status object's map.
 //
 // `desired` maps each index to the row's constructor arguments (a tuple). A row that exists
 // with the same arguments (the same status objects, the same values) is left alone, so it
@@ -32,6 +33,17 @@ void syncRows(const Rows& rows, const std::map<Index, Args>& desired, Is&& is, D
   }
 }
 
+// Brings the row at `index` to `args`: left alone when it holds them, deleted and created again
+// when it holds others, created when absent. REQUIRES: as syncRows; `find(index)` returns the
+// row or null.
+template <typename Find, typename Is, typename Del, typename Index, typename... Args>
+void syncRow(Find&& find, Is&& is, Del&& del, const Index& index, const Args&... args) {
+  if (auto row = find(index); row && !row->sameArgs(args...)) {
+    del(index);
+  }
+  is(index, args...);
+}
+
 // Deletes the members of `map` (a map or hash map) whose key `wanted(key)` rejects. The keys are
 // collected first, so `del(key)` may erase from `map`.
 template <typename Map, typename Wanted, typename Del>
@@ -54,3 +66,9 @@ void deleteUnwanted(const Map& map, Wanted&& wanted, Del&& del) {
   ::StateSim::syncRows((mib).name(), (desired),                                           \
                        [&](const auto& i, const auto&... a) { (mib).name##Is(i, a...); }, \
                        [&](const auto& i) { (mib).name##Del(i); })
+
+// Syncs the row at `index` of table `name` of QosMib `mib` to the arguments that follow.
+#define STATESIM_SYNC_ROW(mib, name, index, ...)                                         \
+  ::StateSim::syncRow([&](const auto& i) { return (mib).name(i); },                      \
+                      [&](const auto& i, const auto&... a) { (mib).name##Is(i, a...); }, \
+                      [&](const auto& i) { (mib).name##Del(i); }, (index), __VA_ARGS__)

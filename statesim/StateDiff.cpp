@@ -64,12 +64,14 @@ U64 restartsIn(const State& before, const State& after, bool first) {
 StateDiff diff(const State& before, const State& after, bool first) {
   StateDiff d;
   d.restarts = restartsIn(before, after, first);
-  d.qosMibChanged = !sameQosHardware(before.hardware, after.hardware) ||
-                    before.interfaces != after.interfaces || before.classMaps != after.classMaps ||
-                    before.policyMaps != after.policyMaps ||
-                    before.servicePolicies != after.servicePolicies ||
-                    before.classCounters != after.classCounters ||
-                    before.ecnCounters != after.ecnCounters || before.ecnQueues != after.ecnQueues;
+  d.qosMibChanged =
+      !sameQosHardware(before.hardware, after.hardware) || before.interfaces != after.interfaces ||
+      before.policyMaps != after.policyMaps || before.servicePolicies != after.servicePolicies ||
+      before.classCounters != after.classCounters || before.ecnCounters != after.ecnCounters ||
+      before.ecnQueues != after.ecnQueues;
+  if (!d.qosMibChanged) {
+    changedKeys(before.classMaps, after.classMaps, d.classMaps);
+  }
   d.lagCountersChanged = before.hardware.interfacePolicingCountersPerLagMemberCounterInfo !=
                          after.hardware.interfacePolicingCountersPerLagMemberCounterInfo;
   changedKeys(before.policerProfiles, after.policerProfiles, d.profiles);

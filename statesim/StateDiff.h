@@ -6,9 +6,12 @@
 //     went (first, in key order), then those that came or changed (in key order); the new value
 //     is read from the new State when the edit is applied. A key whose entry is the same in both
 //     States is in no list.
-//   - The QoS MIB is derived from several sections at once (applied classes join policy maps,
-//     service policies and counters), so its writers run over the new State when any of its
-//     sections changed (qosMibChanged), and not at all when none did.
+//   - Class maps are compared key by key too, when they are all that changed of the QoS MIB's
+//     sections: no other table derives from them.
+//   - The rest of the QoS MIB is derived from several sections at once (applied classes join
+//     policy maps, service policies and counters), so its writers run over the new State when
+//     any of those sections changed (qosMibChanged; it takes in the class maps), and not at all
+//     when none did.
 //   - restarts: how many restarts of the QoS agent the new State plays (StatusSource.h).
 //
 // Pure functions, no state; safe on any thread.
@@ -23,11 +26,13 @@ namespace StateSim {
 struct StateDiff {
   // The QoS agent restarts to play before the edits.
   U64 restarts = 0;
-  // Some section the QoS MIB is derived from differs (hardware, interfaces, class maps, policy
-  // maps, service policies, class counters, ECN counters and queues).
+  // Some section the QoS MIB is derived from, other than the class maps, differs (hardware,
+  // interfaces, policy maps, service policies, class counters, ECN counters and queues).
   bool qosMibChanged = false;
   // interfacePolicingCountersPerLagMemberCounterInfo differs.
   bool lagCountersChanged = false;
+  // Class maps that went, came or changed, when qosMibChanged is not set.
+  std::vector<QosSnmp::ClassMapTableIndex> classMaps;
   std::vector<InterfacePolicing::PolicerName> profiles;
   std::vector<InterfacePolicing::PolicerName> instances;
   std::vector<IntfPolicerKey> intfPolicers;
@@ -36,7 +41,8 @@ struct StateDiff {
 
   // The number of key-level edits.
   size_t keys() const noexcept {
-    return profiles.size() + instances.size() + intfPolicers.size() + ifIndexes.size();
+    return classMaps.size() + profiles.size() + instances.size() + intfPolicers.size() +
+           ifIndexes.size();
   }
   // Nothing to apply at all.
   bool empty() const noexcept {

@@ -76,7 +76,17 @@ TEST(StateDiffTest, IfIndexesChangeOnlyForInterfacesWhoseIfIndexDid) {
 
 TEST(StateDiffTest, QosMibSectionsAndTheLagFlagAreToldApart) {
   State before = Parsed(base);
-  auto qos = diff(before, Parsed(With(R"("id": "VOICE")", R"("id": "VIDEO")")), false);
+  // Class maps alone are key edits: the one that went first, then the one that came.
+  auto renamed = diff(before, Parsed(With(R"("id": "VOICE")", R"("id": "VIDEO")")), false);
+  EXPECT_FALSE(renamed.qosMibChanged);
+  EXPECT_EQ(renamed.classMaps,
+            (std::vector<QosSnmp::ClassMapTableIndex>{{"VOICE", Qos::MapType::mapQos_},
+                                                      {"VIDEO", Qos::MapType::mapQos_}}));
+  EXPECT_EQ(renamed.keys(), 2U);
+  // With another QoS MIB section, the writers take in the class maps.
+  State both = Parsed(With(R"("id": "VOICE")", R"("id": "VIDEO")"));
+  both.hardware.coppBpsSupported = true;
+  auto qos = diff(before, both, false);
   EXPECT_TRUE(qos.qosMibChanged);
   EXPECT_EQ(qos.keys(), 0U);
   State lag = before;

@@ -1,6 +1,7 @@
 #include "StatusSource.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "Quill/Assert.h"
@@ -76,16 +77,17 @@ bool StatusSource::applyStep(const Pending& p, size_t step) {
     return true;
   }
   step -= d.restarts;
-  if (step == 0) {
-    if (d.qosMibChanged || d.restarts) {
-      qosMibIs(state);
-    }
-    if (d.lagCountersChanged || d.restarts) {
+  // The QoS MIB's three writers, one step each, then the LAG counter flag.
+  const bool qosMib = d.qosMibChanged || d.restarts;
+  if (step < 4) {
+    if (step < 3 && qosMib) {
+      qosMibIs(state, step);
+    } else if (step == 3 && (d.lagCountersChanged || d.restarts)) {
       policing_.lagCountersIs(state.hardware.interfacePolicingCountersPerLagMemberCounterInfo);
     }
     return true;
   }
-  step -= 1;
+  step -= 4;
   // The keys, in this order: policers before the ifIndex map, so that an interface that goes
   // with its policers loses its rows while its ifIndex still names them.
   auto edit = [&step](const auto& keys, auto&& apply) {
@@ -96,17 +98,25 @@ bool StatusSource::applyStep(const Pending& p, size_t step) {
     step -= keys.size();
     return false;
   };
-  return edit(d.profiles, [&](const auto& name) { policing_.profileIs(state, name); }) ||
+  return edit(d.classMaps,
+              [&](const auto& index) { config_.classMapIs(state, index, *qosMib_); }) ||
+         edit(d.profiles, [&](const auto& name) { policing_.profileIs(state, name); }) ||
          edit(d.instances, [&](const auto& name) { policing_.instanceIs(state, name); }) ||
          edit(d.intfPolicers, [&](const auto& key) { policing_.intfPolicerIs(state, key); }) ||
          edit(d.ifIndexes, [&](const auto& intf) { policing_.ifIndexIs(state, intf); });
 }
 
-void StatusSource::qosMibIs(const State& state) {
+void StatusSource::qosMibIs(const State& state, std::optional<size_t> writer) {
   // Statistics first: the action rows of control-plane policy maps read their hardware status.
-  stats_.stateIs(state, *qosMib_);
-  config_.stateIs(state, stats_, *qosMib_);
-  ecn_.stateIs(state, *qosMib_);
+  if (!writer || *writer == 0) {
+    stats_.stateIs(state, *qosMib_);
+  }
+  if (!writer || *writer == 1) {
+    config_.stateIs(state, stats_, *qosMib_);
+  }
+  if (!writer || *writer == 2) {
+    ecn_.stateIs(state, *qosMib_);
+  }
 }
 
 void StatusSource::tick() {

@@ -21,9 +21,10 @@
 // What changed is found apart from applying it (StateDiff.h): the agent reads and compares the
 // file on another thread and hands the State and its diff to editsIs(); applyEdits() then applies
 // them on the agent's thread, a key at a time, stopping whenever its caller's yield() says so
-// (a scheduler task), so that a reload in which one key changed costs one key's work here. The
-// QoS MIB's tables are derived from several sections at once: they are written in one step, and
-// only when one of their sections changed. stateIs() does all of it at once.
+// (a scheduler task), so that a reload in which one key changed costs one key's work here. Class
+// maps are edited key by key as well; the rest of the QoS MIB's tables are derived from several
+// sections at once: each of its three writers runs in one step, and only when one of their
+// sections changed. stateIs() does all of it at once.
 //
 // A restart of the switch's QoS agent is played when a state's qosAgentRestarts differs from the
 // one in force (never at the first state): the QoS agent's status objects and QoS MIB rows are
@@ -40,6 +41,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "ConfigWriter.h"
@@ -110,12 +112,13 @@ class StatusSource {
   struct Pending {
     std::shared_ptr<const State> state;
     StateDiff diff;
-    size_t step = 0;  // the next of steps(): restarts, QoS MIB, hardware flag, then the keys
+    size_t step = 0;  // the next of applyStep's: restarts, QoS MIB writers, LAG flag, the keys
   };
   // Applies step `step` of `p`; false when there is none.
   bool applyStep(const Pending& p, size_t step);
-  // Applies the QoS MIB part of `state`: statistics, configuration, ECN.
-  void qosMibIs(const State& state);
+  // Applies the QoS MIB part of `state`: statistics, configuration and ECN, or only the
+  // `writer`th of them.
+  void qosMibIs(const State& state, std::optional<size_t> writer = std::nullopt);
 
   std::shared_ptr<const State> state_;
   // The last state given to editsIs, applied or not; what the next diff starts from.

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <algorithm>
+#include <tuple>
 #include <vector>
 
 #include <unistd.h>
@@ -79,6 +80,51 @@ TEST_F(StatusSourceTest, StaticTypeMovesToAnotherClassMap) {
   EXPECT_EQ(source.qosMib()->cmapByStaticType(ClassMapCpStaticType::cmapCpStaticOspf_),
             Row("b", MapType::mapControlPlane_)->classMap());
   EXPECT_EQ(source.qosMib()->cmapByStaticType().size(), 1U);
+}
+
+// A reload in which only class maps changed edits them key by key: it must end where a source
+// given the new state alone ends, whatever order the keys come in.
+TEST_F(StatusSourceTest, ClassMapEditsEndWhereAFreshSourceEnds) {
+  Apply(R"({"classMaps": [{"id": "a", "type": "controlPlane"},
+      {"id": "b", "type": "controlPlane", "staticType": "ospf", "matches": [
+        {"index": 1, "type": "ipAccessGroup", "name": "acl-1"},
+        {"index": 2, "type": "ipAccessGroup", "name": "acl-2"},
+        {"index": 3, "type": "ipAccessGroup", "name": "acl-3"}]},
+      {"id": "c", "type": "qos", "matches": [{"index": 1, "type": "dscpEcn", "dscp": 10}]}]})");
+  auto b = Row("b", MapType::mapControlPlane_);
+  const char* next = R"({"classMaps": [
+      {"id": "a", "type": "controlPlane", "staticType": "ospf"},
+      {"id": "b", "type": "controlPlane", "staticType": "lldp", "name": "bee", "matches": [
+        {"index": 1, "type": "ipAccessGroup", "name": "acl-1"},
+        {"index": 3, "type": "ipv6AccessGroup", "name": "acl-3"},
+        {"index": 4, "type": "vlan", "vlan": 7}]}]})";
+  Apply(next);
+  // The static type moved to a key before the one that lost it, which kept its row.
+  auto mib = source.qosMib();
+  EXPECT_EQ(mib->cmapByStaticType(ClassMapCpStaticType::cmapCpStaticOspf_),
+            Row("a", MapType::mapControlPlane_)->classMap());
+  EXPECT_EQ(mib->cmapByStaticType(ClassMapCpStaticType::cmapCpStaticLldp_), b->classMap());
+  EXPECT_EQ(Row("b", MapType::mapControlPlane_), b);
+  EXPECT_EQ(b->classMapName(), "bee");
+
+  auto matches = [](const QosMib& m) {
+    std::vector<std::tuple<std::string, U32, U32, std::string>> rows;
+    for (const auto& row : m.classMapMatchTable()) {
+      rows.emplace_back(row.classMapId().str(), row.classMapMatchIndex(), row.classMapMatchType(),
+                        row.classMapMatchName());
+      EXPECT_EQ(
+          row.classMap(),
+          m.classMapTable(ClassMapTableIndex(row.classMapId(), row.classMapType()))->classMap());
+    }
+    return rows;
+  };
+  auto fresh = Quill::make<Cordb::Dir>("fresh");
+  StateSim::StatusSource other(fresh);
+  other.stateIs(StateSim::parseState(next, "next.json"));
+  EXPECT_EQ(matches(*mib), matches(*other.qosMib()));
+  EXPECT_EQ(matches(*mib).size(), 3U);
+  EXPECT_EQ(RowIds(), (std::vector<std::string>{"a", "b"}));
+  EXPECT_EQ(mib->cmapByStaticType().size(), 2U);
 }
 
 TEST_F(StatusSourceTest, LoadAppliesAFileAndABadFileChangesNothing) {
