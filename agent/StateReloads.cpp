@@ -1,5 +1,7 @@
 #include "StateReloads.h"
 
+#include <utility>
+
 namespace Agent {
 
 StateReloads::StateReloads(StateSim::StatusSource& source, StateSim::StateLoader& loader,
@@ -9,7 +11,7 @@ StateReloads::StateReloads(StateSim::StatusSource& source, StateSim::StateLoader
       events_(std::move(events)),
       task_(scheduler.taskIs("qossnmpd-StateEditsTask", priority, [this] { applyRun(); })) {
   source_.retireIs(
-      [this](std::shared_ptr<const StateSim::State> state) { loader_.retire(std::move(state)); });
+      [this](std::unique_ptr<StateSim::StateEdits> edits) { loader_.retire(std::move(edits)); });
 }
 
 StateReloads::~StateReloads() {
@@ -25,16 +27,20 @@ void StateReloads::resultReady() {
   if (applying_) {
     return;
   }
-  std::optional<Result> result = loader_.take();
+  std::optional<StateSim::StateLoader::Result> result = loader_.take();
   if (!result) {
     return;
   }
-  if (!result->state) {
-    events_.refused(*result);
+  if (!result->edits) {
+    events_.refused(result->error, !applied_);
     return;
   }
-  source_.editsIs(result->state, std::move(result->diff));
-  applying_ = std::move(result);
+  if (result->whole && applied_) {
+    source_.editsIs(StateSim::editsFrom(source_.state(), result->edits->values, false));
+  } else {
+    source_.editsIs(std::move(*result->edits));
+  }
+  applying_ = true;
   task_->scheduleTask();
 }
 
@@ -46,9 +52,9 @@ void StateReloads::applyRun() {
     return;
   }
   task.taskWorkPendingIs(false);
-  Result done = std::move(*applying_);
-  applying_.reset();
-  events_.applied(done);
+  applying_ = false;
+  const bool initial = !std::exchange(applied_, true);
+  events_.applied(initial);
 }
 
 }  // namespace Agent

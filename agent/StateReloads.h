@@ -1,7 +1,7 @@
 // Agent::StateReloads: brings the state file's changes to the status source without holding the
 // agent's thread.
 //
-// The StateLoader reads and compares the file on its own thread; when a result is ready (its
+// The StateLoader has the file read and compared by the state reader; when a result is ready (its
 // fd(), watched by the event loop, is readable) resultReady() takes it and starts a scheduler
 // task that applies its edits (StatusSource::applyEdits), yielding whenever the scheduler says
 // so, like the table state machines' scans. While edits are being applied the next result waits
@@ -9,12 +9,16 @@
 // one more read of the newest file. So the agent's thread spends on a reload what the change
 // costs, never what the file costs.
 //
-// Events, on the agent's thread: applied(result) once every edit of a result is applied (the
-// first result is the file read at start), refused(result) for a file that does not parse or
-// validate (nothing changed). Single-threaded: the agent's thread.
+// A whole result (from a reader started again after one ended) is compared with the state in
+// force here, once, and applied as the edits that comparison finds.
+//
+// Events, on the agent's thread: applied(initial) once every edit of a result is applied
+// (initial: the file read at start), refused(error, initial) for a file that does not parse or
+// validate, or a reader that ended (nothing changed). Single-threaded: the agent's thread.
 #pragma once
 
 #include <functional>
+#include <string>
 
 #include "Dovo/TaskScheduler.h"
 #include "StateLoader.h"
@@ -24,10 +28,9 @@ namespace Agent {
 
 class StateReloads {
  public:
-  using Result = StateSim::StateLoader::Result;
   struct Events {
-    std::function<void(const Result&)> applied;
-    std::function<void(const Result&)> refused;
+    std::function<void(bool initial)> applied;
+    std::function<void(const std::string& error, bool initial)> refused;
   };
 
   // The apply task's priority: above the table state machines', whose inputs it writes.
@@ -53,7 +56,8 @@ class StateReloads {
   StateSim::StateLoader& loader_;
   Events events_;
   Quill::Ptr<Dovo::Task> task_;
-  std::optional<Result> applying_;  // the result whose edits are being applied (diff moved out)
+  bool applying_ = false;  // a result's edits are being applied
+  bool applied_ = false;   // the first result has been applied
 };
 
 }  // namespace Agent

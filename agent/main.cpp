@@ -7,7 +7,10 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include <unistd.h>
 
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
@@ -36,6 +39,8 @@ namespace {
 
 constexpr int exitBadState = 1;
 constexpr int exitUsage = 2;
+// The hidden first argument that makes qossnmpd the state reader (StateLoader.h).
+constexpr const char* stateReaderFlag = "--state-reader";
 
 // The bundled files, found relative to the executable's prefix (the directory above it), so
 // that they hold in the build tree and once installed alike: <prefix>/bin/qossnmpd uses
@@ -120,7 +125,7 @@ int serve(const Agent::Options& options) {
   auto root = Agent::setUpPlatform(options);
   StateSim::StatusSource source(root);
   // Reads and compares the state file on a thread of its own from here on.
-  StateSim::StateLoader loader(options.state);
+  StateSim::StateLoader loader(options.state, {"/proc/self/exe", stateReaderFlag});
   Agent::PolicingModels policing(root);
   Agent::MibModules modules(options.contexts);
   modules.start();
@@ -160,8 +165,8 @@ int serve(const Agent::Options& options) {
     }
   };
   Agent::StateReloads::Events events;
-  events.applied = [&](const Agent::StateReloads::Result& result) {
-    if (result.first) {
+  events.applied = [&](bool initial) {
+    if (initial) {
       // The tables hold the state file: the service is ready (a sub-agent once its master has
       // its registrations; the link logs that). The table Sms fill the policing tables from
       // here, each logging when its table is complete.
@@ -177,15 +182,15 @@ int serve(const Agent::Options& options) {
     snmp_log(LOG_INFO, "qossnmpd: reloaded %s\n", options.state.c_str());
     reloadDone();
   };
-  events.refused = [&](const Agent::StateReloads::Result& result) {
-    if (result.first) {
-      reportError(result.error);
+  events.refused = [&](const std::string& error, bool initial) {
+    if (initial) {
+      reportError(error);
       status = exitBadState;
       loop.stop();
       return;
     }
     snmp_log(LOG_ERR, "qossnmpd: reload of %s failed: %s; keeping the previous state\n",
-             options.state.c_str(), result.error.c_str());
+             options.state.c_str(), error.c_str());
     reloadDone();
   };
   Agent::StateReloads reloads(source, loader, *scheduler, events);
@@ -224,6 +229,10 @@ int serve(const Agent::Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // The state reader: the agent starts it, as a process of its own, to read the state file.
+  if (argc == 3 && std::string_view(argv[1]) == stateReaderFlag) {
+    return StateSim::serveStateReads(argv[2], STDIN_FILENO, STDOUT_FILENO);
+  }
   Agent::LogSink::install();
   const Agent::Defaults defaults = bundledDefaults();
   Agent::Options options;

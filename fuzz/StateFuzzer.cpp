@@ -24,6 +24,7 @@
 #include "QosSnmp/PolicingMibTableSm.h"
 #include "StateDiff.h"
 #include "StatusSource.h"
+#include "Wire.h"
 
 namespace {
 
@@ -48,9 +49,15 @@ struct Harness {
     apply(base);
   }
 
-  // Applies `state` the way the agent applies a reload, yielding every few keys.
+  // Applies `state` the way the agent applies a reload, yielding every few keys: as edits that
+  // went through the state reader's wire form.
   void apply(const std::shared_ptr<const StateSim::State>& state) {
-    source.editsIs(state, StateSim::diff(source.state(), *state, false));
+    StateSim::StateEdits edits = StateSim::editsFrom(source.state(), *state, false);
+    StateSim::StateEdits sent = StateSim::decode(StateSim::encode(edits));
+    if (!(sent == edits)) {
+      fail("the edits do not come back from the wire as they went");
+    }
+    source.editsIs(std::move(sent));
     unsigned steps = 0;
     while (!source.applyEdits([&steps] { return ++steps % 7 == 0; })) {
     }

@@ -91,4 +91,33 @@ StateDiff diff(const State& before, const State& after, bool first) {
   return d;
 }
 
+StateEdits editsFrom(const State& before, const State& after, bool first) {
+  StateEdits edits{diff(before, after, first), State{}};
+  const StateDiff& d = edits.diff;
+  State& v = edits.values;
+  v.qosAgentRestarts = after.qosAgentRestarts;
+  v.hardware = after.hardware;
+  if (d.qosMibChanged) {
+    v.interfaces = after.interfaces;
+    v.classMaps = after.classMaps;
+    v.policyMaps = after.policyMaps;
+    v.servicePolicies = after.servicePolicies;
+    v.classCounters = after.classCounters;
+    v.ecnCounters = after.ecnCounters;
+    v.ecnQueues = after.ecnQueues;
+  }
+  auto copy = [](const auto& keys, const auto& from, auto& to) {
+    for (const auto& key : keys) {
+      if (auto it = from.find(key); it != from.end()) {
+        to.emplace_hint(to.end(), *it);
+      }
+    }
+  };
+  copy(d.classMaps, after.classMaps, v.classMaps);
+  copy(d.profiles, after.policerProfiles, v.policerProfiles);
+  copy(d.instances, after.policerInstances, v.policerInstances);
+  copy(d.intfPolicers, after.interfacePolicers, v.interfacePolicers);
+  return edits;
+}
+
 }  // namespace StateSim

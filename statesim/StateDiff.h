@@ -48,6 +48,20 @@ struct StateDiff {
   bool empty() const noexcept {
     return restarts == 0 && !qosMibChanged && !lagCountersChanged && keys() == 0;
   }
+
+  friend bool operator==(const StateDiff&, const StateDiff&) = default;
+};
+
+// A diff with the new State's values for what it names: the entries of the keys it lists (a
+// key it lists without an entry here went), the scalars (qosAgentRestarts, hardware), and,
+// when qosMibChanged, the QoS MIB's sections whole (interfaces, class maps, policy maps, service
+// policies, class counters, ECN counters and queues). What the state reader process hands the
+// agent: it carries what changed, not the file.
+struct StateEdits {
+  StateDiff diff;
+  State values;
+
+  friend bool operator==(const StateEdits&, const StateEdits&) = default;
 };
 
 // The most restarts one State plays.
@@ -56,5 +70,7 @@ inline constexpr U64 maxPlayedRestarts = 8;
 // What changes from `before` to `after`. `first`: `after` is the first State applied (it plays no
 // restart, and `before` is empty).
 StateDiff diff(const State& before, const State& after, bool first);
+// diff() with the values of `after` it names.
+StateEdits editsFrom(const State& before, const State& after, bool first);
 
 }  // namespace StateSim

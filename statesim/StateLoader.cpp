@@ -1,15 +1,79 @@
 #include "StateLoader.h"
 
 #include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
-#include "JsonDocument.h"
+#include <cerrno>
+#include <cstring>
+
 #include "Quill/Assert.h"
+#include "Wire.h"
+
+extern char** environ;
 
 namespace StateSim {
 
-StateLoader::StateLoader(std::string path) : path_(std::move(path)) {
-  QUILL_ASSERT(pipe2(pipe_, O_CLOEXEC | O_NONBLOCK) == 0);
+namespace {
+
+// A result on the wire: its length (8 bytes), then 'E' and the encoded edits, or 'R' and the
+// reason the file was refused.
+constexpr char editsKind = 'E';
+constexpr char refusedKind = 'R';
+
+bool writeAll(int fd, const char* data, size_t size) {
+  while (size > 0) {
+    ssize_t n = ::write(fd, data, size);
+    if (n < 0 && errno == EINTR) {
+      continue;
+    }
+    if (n <= 0) {
+      return false;
+    }
+    data += n;
+    size -= static_cast<size_t>(n);
+  }
+  return true;
+}
+
+bool readAll(int fd, char* data, size_t size) {
+  while (size > 0) {
+    ssize_t n = ::read(fd, data, size);
+    if (n < 0 && errno == EINTR) {
+      continue;
+    }
+    if (n <= 0) {
+      return false;
+    }
+    data += n;
+    size -= static_cast<size_t>(n);
+  }
+  return true;
+}
+
+bool writeMessage(int fd, char kind, const std::string& payload) {
+  const U64 size = payload.size() + 1;
+  return writeAll(fd, reinterpret_cast<const char*>(&size), sizeof size) &&
+         writeAll(fd, &kind, 1) && writeAll(fd, payload.data(), payload.size());
+}
+
+std::string howItEnded(int status) {
+  if (WIFSIGNALED(status)) {
+    return std::string("killed by signal ") + std::to_string(WTERMSIG(status)) + " (" +
+           strsignal(WTERMSIG(status)) + ")";
+  }
+  return "exited with status " + std::to_string(WEXITSTATUS(status));
+}
+
+}  // namespace
+
+StateLoader::StateLoader(std::string path, std::vector<std::string> command)
+    : path_(std::move(path)), command_(std::move(command)) {
+  QUILL_ASSERT(!command_.empty());
+  QUILL_ASSERT(pipe2(ready_, O_CLOEXEC | O_NONBLOCK) == 0);
   thread_ = std::thread([this] { run(); });
 }
 
@@ -17,12 +81,14 @@ StateLoader::~StateLoader() {
   {
     std::lock_guard lock(mutex_);
     stopping_ = true;
+    if (reader_ > 0) {
+      ::kill(reader_, SIGKILL);  // a read under way ends here; the thread sees the pipe close
+    }
   }
-  cancel_ = true;
   wake_.notify_all();
   thread_.join();
-  close(pipe_[0]);
-  close(pipe_[1]);
+  close(ready_[0]);
+  close(ready_[1]);
 }
 
 void StateLoader::request() {
@@ -39,7 +105,7 @@ std::optional<StateLoader::Result> StateLoader::take() {
     std::lock_guard lock(mutex_);
     result.swap(result_);
     char byte;
-    while (::read(pipe_[0], &byte, 1) == 1) {
+    while (::read(ready_[0], &byte, 1) == 1) {
     }
   }
   wake_.notify_all();  // the next read may start
@@ -51,10 +117,15 @@ bool StateLoader::busy() const {
   return requested_ || reading_ || result_;
 }
 
-void StateLoader::retire(std::shared_ptr<const State> state) {
+pid_t StateLoader::readerPid() const {
+  std::lock_guard lock(mutex_);
+  return reader_;
+}
+
+void StateLoader::retire(std::unique_ptr<StateEdits> edits) {
   {
     std::lock_guard lock(mutex_);
-    retired_.push_back(std::move(state));
+    retired_.push_back(std::move(edits));
   }
   wake_.notify_all();
 }
@@ -64,7 +135,7 @@ void StateLoader::run() {
   for (;;) {
     wake_.wait(lock, [this] { return stopping_ || !retired_.empty() || (requested_ && !result_); });
     if (!retired_.empty()) {
-      std::vector<std::shared_ptr<const State>> retired = std::move(retired_);
+      std::vector<std::unique_ptr<StateEdits>> retired = std::move(retired_);
       retired_.clear();
       lock.unlock();
       retired.clear();  // freed here, outside the lock
@@ -72,42 +143,169 @@ void StateLoader::run() {
       continue;
     }
     if (stopping_) {
-      return;
+      break;
     }
     requested_ = false;
     reading_ = true;
     lock.unlock();
-    std::optional<Result> result;
-    try {
-      result = read();
-    } catch (const ReadCancelled&) {
-    }
+    Result result = read();
     lock.lock();
     reading_ = false;
-    if (result) {
-      result_ = std::move(result);
-      const char byte = 1;
-      QUILL_ASSERT(::write(pipe_[1], &byte, 1) == 1);
+    if (stopping_) {
+      break;
     }
+    result_ = std::move(result);
+    const char byte = 1;
+    QUILL_ASSERT(::write(ready_[1], &byte, 1) == 1);
   }
+  lock.unlock();
+  reap(true);
 }
 
 StateLoader::Result StateLoader::read() {
   Result result;
-  result.first = !previous_;
+  bool whole = false;
+  if (fromReader_ < 0) {
+    if (!spawn(result.error)) {
+      return result;
+    }
+    whole = true;
+  }
+  const char request = 1;
+  U64 size = 0;
+  std::string message;
+  if (!writeAll(toReader_, &request, 1) ||
+      !readAll(fromReader_, reinterpret_cast<char*>(&size), sizeof size) || size == 0 ||
+      !readAll(fromReader_, (message.resize(size), message.data()), size)) {
+    result.error = path_ + ": the state reader ended (" + reap(false) + ") before it answered";
+    return result;
+  }
+  if (message[0] == refusedKind) {
+    result.error = message.substr(1);
+    return result;
+  }
   try {
-    auto state = std::make_shared<const State>(readStateFile(path_, &cancel_));
-    result.diff = diff(previous_ ? *previous_ : State{}, *state, result.first);
-    previous_ = state;
-    result.state = std::move(state);
-  } catch (const StateFileError& e) {
-    result.error = e.what();
-  } catch (const ReadCancelled&) {
-    throw;
-  } catch (const std::exception& e) {  // out of memory, say: refused like a bad file
-    result.error = path_ + ": " + e.what();
+    QUILL_ASSERT(message[0] == editsKind);
+    result.edits = decode(std::string_view(message).substr(1));
+    result.whole = whole;
+  } catch (const WireError& e) {
+    result.error = path_ + ": the state reader's answer does not decode: " + e.what();
+    reap(true);  // the next read starts afresh
   }
   return result;
+}
+
+bool StateLoader::spawn(std::string& error) {
+  int requests[2];
+  int results[2];
+  if (pipe2(requests, O_CLOEXEC) != 0) {
+    error = path_ + ": cannot start the state reader: " + strerror(errno);
+    return false;
+  }
+  if (pipe2(results, O_CLOEXEC) != 0) {
+    error = path_ + ": cannot start the state reader: " + strerror(errno);
+    close(requests[0]);
+    close(requests[1]);
+    return false;
+  }
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, requests[0], STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, results[1], STDOUT_FILENO);
+  posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);  // the agent's sockets
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  sigset_t all;
+  sigfillset(&all);
+  sigset_t none;
+  sigemptyset(&none);
+  posix_spawnattr_setsigdefault(&attributes, &all);
+  posix_spawnattr_setsigmask(&attributes, &none);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+  std::vector<std::string> args = command_;
+  args.push_back(path_);
+  std::vector<char*> argv;
+  for (std::string& arg : args) {
+    argv.push_back(arg.data());
+  }
+  argv.push_back(nullptr);
+  pid_t pid = -1;
+  const int failed = posix_spawn(&pid, argv[0], &actions, &attributes, argv.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  posix_spawnattr_destroy(&attributes);
+  close(requests[0]);
+  close(results[1]);
+  if (failed != 0) {
+    error = path_ + ": cannot start the state reader " + args[0] + ": " + strerror(failed);
+    close(requests[1]);
+    close(results[0]);
+    return false;
+  }
+  std::lock_guard lock(mutex_);
+  reader_ = pid;
+  toReader_ = requests[1];
+  fromReader_ = results[0];
+  return true;
+}
+
+std::string StateLoader::reap(bool kill) {
+  pid_t pid;
+  {
+    std::lock_guard lock(mutex_);
+    pid = std::exchange(reader_, -1);
+  }
+  if (toReader_ >= 0) {
+    close(std::exchange(toReader_, -1));  // a reader waiting for requests ends
+  }
+  if (fromReader_ >= 0) {
+    close(std::exchange(fromReader_, -1));
+  }
+  if (pid <= 0) {
+    return "was not running";
+  }
+  if (kill) {
+    ::kill(pid, SIGKILL);
+  }
+  int status = 0;
+  while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+  }
+  return howItEnded(status);
+}
+
+int serveStateReads(const std::string& path, int in, int out) {
+  // The agent's signals are not the reader's: it ends when the agent closes its requests or
+  // ends itself.
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  signal(SIGHUP, SIG_IGN);
+  signal(SIGINT, SIG_IGN);
+  signal(SIGPIPE, SIG_IGN);
+  std::optional<State> previous;
+  for (;;) {
+    char request;
+    ssize_t n = ::read(in, &request, 1);
+    if (n < 0 && errno == EINTR) {
+      continue;
+    }
+    if (n <= 0) {
+      return 0;
+    }
+    char kind = editsKind;
+    std::string payload;
+    try {
+      State state = readStateFile(path);
+      payload = encode(editsFrom(previous ? *previous : State{}, state, !previous));
+      previous = std::move(state);
+    } catch (const StateFileError& e) {
+      kind = refusedKind;
+      payload = e.what();
+    } catch (const std::exception& e) {  // out of memory, say: refused like a bad file
+      kind = refusedKind;
+      payload = path + ": " + e.what();
+    }
+    if (!writeMessage(out, kind, payload)) {
+      return 0;
+    }
+  }
 }
 
 }  // namespace StateSim

@@ -1,22 +1,28 @@
-// StateSim::StateLoader: reads, parses and compares the state file on a thread of its own, so
-// that the agent's thread only applies what changed.
+// StateSim::StateLoader: has the state file read, parsed and compared in a process of its own,
+// the state reader, so that the agent's thread only applies what changed, and the agent's
+// process never holds or frees a whole file's worth of parsed text.
 //
-// The loader reads the file once when it starts and again after each request(). Each read yields
-// one Result: the new State and its StateDiff against the last State the loader produced (so the
-// diffs of successive results compose), or the reason the file was refused (the previous State
-// stays the base of the next diff). Requests coalesce: those made while a read is under way, or
-// while a result waits to be taken, make one more read, of the file as it is then. At most one
-// result waits; the next read starts once it is taken.
+// The reader (serveStateReads(), run by the command the loader is given) reads the file once
+// when the loader starts and again after each request(). Each read yields one Result: the edits
+// from the last State the reader produced (so the edits of successive results compose), or the
+// reason the file was refused (the previous State stays the base of the next diff). Only the
+// edits cross over: what changed, with its new values (Wire.h). Requests coalesce: those made
+// while a read is under way, or while a result waits to be taken, make one more read, of the
+// file as it is then. At most one result waits; the next read starts once it is taken.
 //
-// Threads: construct, request(), take() and destroy on one thread (the agent's). The loader's
-// thread touches nothing but the file, its own State values and the result hand-over; a State
-// handed over is immutable and shared (std::shared_ptr<const State>). The destructor cancels a
-// read under way (it stops within 64 KiB of text or a section) and joins the thread.
+// A reader that ends (killed, out of memory) is a refused read with its reason; the next read
+// starts a new reader, whose first result holds the whole file (`whole`): the agent compares it
+// with the state in force itself.
+//
+// Threads: construct, request(), take() and destroy on one thread (the agent's). A thread of the
+// loader's own talks to the reader and decodes its results (work in proportion to the change).
+// The destructor kills the reader, however far its read has come, and joins the thread.
 //
 // fd() is readable while a result waits: the agent's event loop watches it next to its sockets.
 #pragma once
 
-#include <atomic>
+#include <sys/types.h>
+
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -25,7 +31,6 @@
 #include <thread>
 #include <vector>
 
-#include "State.h"
 #include "StateDiff.h"
 
 namespace StateSim {
@@ -33,14 +38,14 @@ namespace StateSim {
 class StateLoader {
  public:
   struct Result {
-    std::shared_ptr<const State> state;  // null when the file was refused
-    StateDiff diff;                      // from the last State produced
-    std::string error;                   // why the file was refused: "<file>: <where>: <what>"
-    bool first = false;                  // no State had been produced before this read
+    std::optional<StateEdits> edits;  // none when the file was refused
+    std::string error;                // why it was refused: "<file>: <where>: <what>"
+    bool whole = false;  // a reader's first result: edits from nothing, values the whole State
   };
 
-  // Starts the thread and the first read of `path`.
-  explicit StateLoader(std::string path);
+  // Starts the reader, `command` followed by `path` (its standard input takes requests, its
+  // standard output gives results), and its first read. REQUIRES: command is not empty.
+  StateLoader(std::string path, std::vector<std::string> command);
   ~StateLoader();
   StateLoader(const StateLoader&) = delete;
   StateLoader& operator=(const StateLoader&) = delete;
@@ -50,30 +55,44 @@ class StateLoader {
   // The waiting result, if any.
   std::optional<Result> take();
   // Readable while a result waits.
-  int fd() const noexcept { return pipe_[0]; }
+  int fd() const noexcept { return ready_[0]; }
   // A read is under way or asked for, or a result waits.
   bool busy() const;
-  // Releases `state` on the loader's thread, so that the caller's thread does not spend the
-  // milliseconds freeing a large State takes.
-  void retire(std::shared_ptr<const State> state);
+  // Releases `edits` on the loader's thread, so that the caller's thread does not spend the
+  // time freeing large sections takes.
+  void retire(std::unique_ptr<StateEdits> edits);
+  // The reader's process id, or -1 while none runs (for tests).
+  pid_t readerPid() const;
 
  private:
   void run();
   Result read();
+  // Starts a reader; false (and `error` says why) when it cannot be started.
+  bool spawn(std::string& error);
+  // Ends the reader, if any, and says how it ended.
+  std::string reap(bool kill);
 
   const std::string path_;
-  int pipe_[2] = {-1, -1};
+  const std::vector<std::string> command_;
+  int ready_[2] = {-1, -1};
   mutable std::mutex mutex_;
   std::condition_variable wake_;
   bool requested_ = true;  // the first read
   bool reading_ = false;
   bool stopping_ = false;
   std::optional<Result> result_;
-  std::vector<std::shared_ptr<const State>> retired_;
-  std::atomic<bool> cancel_{false};
-  // The loader thread's own: the last State produced.
-  std::shared_ptr<const State> previous_;
+  std::vector<std::unique_ptr<StateEdits>> retired_;
+  // The reader: its pid and the two ends the loader's thread uses (guarded by mutex_ for the
+  // destructor's kill).
+  pid_t reader_ = -1;
+  int toReader_ = -1;
+  int fromReader_ = -1;
   std::thread thread_;  // last: started once everything above exists
 };
+
+// The state reader's loop: reads a request byte from `in`, reads the state file at `path`,
+// writes one result message to `out`; returns 0 when `in` closes. A refused file is a result,
+// not an end.
+int serveStateReads(const std::string& path, int in, int out);
 
 }  // namespace StateSim

@@ -1,11 +1,15 @@
 #include "StateLoader.h"
 
 #include <poll.h>
+#include <signal.h>
 
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -28,6 +32,8 @@ class StateLoaderTest : public ::testing::Test {
     }
     return text + "]}";
   }
+  // This binary is the state reader too (StateReaderMain_test.cpp).
+  static std::vector<std::string> ReaderCommand() { return {"/proc/self/exe", "--state-reader"}; }
   // The next result, waiting for the loader's fd as the agent's event loop does.
   static StateLoader::Result Next(StateLoader& loader) {
     pollfd fd{loader.fd(), POLLIN, 0};
@@ -44,32 +50,67 @@ class StateLoaderTest : public ::testing::Test {
 
 TEST_F(StateLoaderTest, ReadsAtStartThenDiffsEachReadAgainstTheLastGoodOne) {
   Write(Profiles(3));
-  StateLoader loader(path_.string());
+  StateLoader loader(path_.string(), ReaderCommand());
   auto first = Next(loader);
-  ASSERT_TRUE(first.state) << first.error;
-  EXPECT_TRUE(first.first);
-  EXPECT_EQ(first.diff.profiles.size(), 3U);
+  ASSERT_TRUE(first.edits) << first.error;
+  EXPECT_TRUE(first.whole);
+  EXPECT_EQ(first.edits->diff.profiles.size(), 3U);
+  EXPECT_EQ(first.edits->values.policerProfiles.size(), 3U);
   EXPECT_FALSE(loader.take().has_value());
 
   Write("{\"policerProfiles\": [");  // refused: the base of the next diff stays
   loader.request();
   auto refused = Next(loader);
-  EXPECT_FALSE(refused.state);
+  EXPECT_FALSE(refused.edits);
   EXPECT_NE(refused.error.find(path_.string() + ": line 1"), std::string::npos) << refused.error;
 
   Write(Profiles(4));
   loader.request();
   auto next = Next(loader);
-  ASSERT_TRUE(next.state);
-  EXPECT_FALSE(next.first);
-  ASSERT_EQ(next.diff.profiles.size(), 1U);
-  EXPECT_EQ(next.diff.profiles[0].str(), "p3");
-  EXPECT_EQ(next.state->policerProfiles.size(), 4U);
+  ASSERT_TRUE(next.edits);
+  EXPECT_FALSE(next.whole);
+  ASSERT_EQ(next.edits->diff.profiles.size(), 1U);
+  EXPECT_EQ(next.edits->diff.profiles[0].str(), "p3");
+  // Only what changed crosses over.
+  ASSERT_EQ(next.edits->values.policerProfiles.size(), 1U);
+  EXPECT_EQ(next.edits->values.policerProfiles.begin()->first.str(), "p3");
+}
+
+TEST_F(StateLoaderTest, AReaderThatEndsIsARefusedReadAndTheNextReadStartsAWholeOne) {
+  Write(Profiles(3));
+  StateLoader loader(path_.string(), ReaderCommand());
+  ASSERT_TRUE(Next(loader).edits);
+  const pid_t reader = loader.readerPid();
+  ASSERT_GT(reader, 0);
+  ASSERT_EQ(kill(reader, SIGKILL), 0);
+  loader.request();
+  auto ended = Next(loader);
+  EXPECT_FALSE(ended.edits);
+  EXPECT_NE(ended.error.find("the state reader ended (killed by signal 9"), std::string::npos)
+      << ended.error;
+
+  Write(Profiles(4, 2));
+  loader.request();
+  auto again = Next(loader);
+  ASSERT_TRUE(again.edits) << again.error;
+  EXPECT_TRUE(again.whole);
+  EXPECT_EQ(again.edits->values.policerProfiles.size(), 4U);
+  EXPECT_NE(loader.readerPid(), reader);
+}
+
+TEST_F(StateLoaderTest, AReaderThatCannotStartIsARefusedRead) {
+  Write(Profiles(1));
+  StateLoader loader(path_.string(), {"/nonexistent/qossnmpd"});
+  auto result = Next(loader);
+  EXPECT_FALSE(result.edits);
+  EXPECT_NE(result.error.find("cannot start the state reader /nonexistent/qossnmpd"),
+            std::string::npos)
+      << result.error;
 }
 
 TEST_F(StateLoaderTest, RequestsWhileAResultWaitsMakeOneMoreReadOfTheNewestFile) {
   Write(Profiles(1));
-  StateLoader loader(path_.string());
+  StateLoader loader(path_.string(), ReaderCommand());
   for (int i = 2; i <= 20; ++i) {
     Write(Profiles(i));
     loader.request();
@@ -77,28 +118,38 @@ TEST_F(StateLoaderTest, RequestsWhileAResultWaitsMakeOneMoreReadOfTheNewestFile)
   // The first read may have seen any of the files; what follows it is one more read at most,
   // and the last result holds the last file.
   int results = 0;
-  StateLoader::Result last;
+  std::set<std::string> profiles;  // the profiles the results set, together
   while (loader.busy() || results == 0) {
-    last = Next(loader);
+    auto result = Next(loader);
+    ASSERT_TRUE(result.edits) << result.error;
+    for (const auto& [name, profile] : result.edits->values.policerProfiles) {
+      profiles.insert(name.str());
+    }
     ++results;
     ASSERT_LE(results, 2);
   }
-  ASSERT_TRUE(last.state);
-  EXPECT_EQ(last.state->policerProfiles.size(), 20U);
+  EXPECT_EQ(profiles.size(), 20U);
 }
 
 TEST_F(StateLoaderTest, AMissingFileIsAResultWithItsReason) {
-  StateLoader loader((path_.string() + ".absent"));
+  StateLoader loader((path_.string() + ".absent"), ReaderCommand());
   auto result = Next(loader);
-  EXPECT_FALSE(result.state);
+  EXPECT_FALSE(result.edits);
   EXPECT_NE(result.error.find("No such file"), std::string::npos) << result.error;
 }
 
 TEST_F(StateLoaderTest, DestroyingTheLoaderDuringALongReadCancelsIt) {
   Write(Profiles(100000));
-  StateLoader loader(path_.string());
-  // The destructor runs while the read is under way: it must neither wait for the whole read
-  // nor leave the thread behind (the sanitizer build reports a leaked or racing thread).
+  pid_t reader = -1;
+  {
+    StateLoader loader(path_.string(), ReaderCommand());
+    while ((reader = loader.readerPid()) <= 0) {
+      std::this_thread::yield();
+    }
+    // The destructor runs while the read is under way: it must neither wait for the whole read
+    // nor leave the thread or the reader behind (the sanitizer build reports a leaked thread).
+  }
+  EXPECT_EQ(kill(reader, 0), -1) << "the reader outlived its loader";
 }
 
 }  // namespace

@@ -10,18 +10,15 @@
 namespace StateSim {
 
 StatusSource::StatusSource(Quill::Ptr<Cordb::Dir> root)
-    : root_(std::move(root)),
-      qosMib_(QosSnmp::qosMibFactory("root")),
-      state_(std::make_shared<const State>()) {
+    : root_(std::move(root)), qosMib_(QosSnmp::qosMibFactory("root")) {
   QUILL_ASSERT(root_);
   root_->mount(qosMibPath, qosMib_);
 }
 
 StatusSource::~StatusSource() {
   pending_.clear();  // edits not applied yet are dropped
-  latest_ = state_;
-  State none;  // and no restart to play
-  none.qosAgentRestarts = state_->qosAgentRestarts;
+  State none;        // and no restart to play
+  none.qosAgentRestarts = state_.qosAgentRestarts;
   stateIs(none);
   if (root_->lookup(qosMibPath) == qosMib_) {
     root_->unmount(qosMibPath);
@@ -35,19 +32,18 @@ void StatusSource::load(const std::string& path) {
 }
 
 void StatusSource::stateIs(const State& state) {
-  const bool first = !latest_;
-  auto next = std::make_shared<const State>(state);
-  editsIs(next, diff(first ? State{} : *latest_, *next, first));
+  applyEdits([] { return false; });
+  editsIs(editsFrom(state_, state, !given_));
   applyEdits([] { return false; });
 }
 
-void StatusSource::editsIs(std::shared_ptr<const State> state, StateDiff diff) {
-  QUILL_ASSERT(state);
+void StatusSource::editsIs(StateEdits edits) {
+  const StateDiff& diff = edits.diff;
   QTRACE(trace(), 1, "Applying {} key edits{}{}", diff.keys(),
          diff.qosMibChanged ? " and the QoS MIB" : "",
-         diff.restarts ? fmt::format(" after {} restarts", diff.restarts) : "");
-  latest_ = state;
-  pending_.push_back(Pending{std::move(state), std::move(diff)});
+         diff.restarts ? fmt::format(" and {} restarts", diff.restarts) : "");
+  given_ = true;
+  pending_.push_back(Pending{std::make_unique<StateEdits>(std::move(edits))});
 }
 
 bool StatusSource::applyEdits(const std::function<bool()>& yield) {
@@ -58,38 +54,69 @@ bool StatusSource::applyEdits(const std::function<bool()>& yield) {
         return false;
       }
     }
-    std::shared_ptr<const State> replaced = std::exchange(state_, std::move(p.state));
+    std::unique_ptr<StateEdits> spent = std::move(p.edits);
     pending_.pop_front();
     if (retire_) {
-      retire_(std::move(replaced));
+      retire_(std::move(spent));
     }
   }
   return true;
 }
 
-bool StatusSource::applyStep(const Pending& p, size_t step) {
-  const State& state = *p.state;
-  const StateDiff& d = p.diff;
-  if (step < d.restarts) {
-    QTRACE(trace(), 1, "Playing a restart of the QoS agent ({} of {})", step + 1, d.restarts);
-    qosMibIs(State{});  // its status objects and rows go with it
-    policing_.restart(state);
+namespace {
+
+// Brings `key`'s entry in `to` to the one `from` has (moved over), or erases it when `from` has
+// none.
+template <typename Map>
+void mergeEntry(Map& to, Map& from, const typename Map::key_type& key) {
+  auto node = from.extract(key);
+  if (node.empty()) {
+    to.erase(key);
+    return;
+  }
+  auto it = to.find(key);
+  if (it != to.end()) {
+    it->second = std::move(node.mapped());
+  } else {
+    to.insert(std::move(node));
+  }
+}
+
+}  // namespace
+
+bool StatusSource::applyStep(Pending& p, size_t step) {
+  StateDiff& d = p.edits->diff;
+  State& values = p.edits->values;
+  if (step == 0) {
+    // The scalars, and the QoS MIB's sections when they changed: swapped in whole (what they
+    // replace is released with the edits).
+    state_.qosAgentRestarts = values.qosAgentRestarts;
+    state_.hardware = values.hardware;
+    if (d.qosMibChanged) {
+      std::swap(state_.interfaces, values.interfaces);
+      std::swap(state_.classMaps, values.classMaps);
+      std::swap(state_.policyMaps, values.policyMaps);
+      std::swap(state_.servicePolicies, values.servicePolicies);
+      std::swap(state_.classCounters, values.classCounters);
+      std::swap(state_.ecnCounters, values.ecnCounters);
+      std::swap(state_.ecnQueues, values.ecnQueues);
+    }
     return true;
   }
-  step -= d.restarts;
+  step -= 1;
   // The QoS MIB's three writers, one step each, then the LAG counter flag.
-  const bool qosMib = d.qosMibChanged || d.restarts;
   if (step < 4) {
-    if (step < 3 && qosMib) {
-      qosMibIs(state, step);
-    } else if (step == 3 && (d.lagCountersChanged || d.restarts)) {
-      policing_.lagCountersIs(state.hardware.interfacePolicingCountersPerLagMemberCounterInfo);
+    if (step < 3 && d.qosMibChanged) {
+      qosMibIs(state_, step);
+    } else if (step == 3 && d.lagCountersChanged) {
+      policing_.lagCountersIs(state_.hardware.interfacePolicingCountersPerLagMemberCounterInfo);
     }
     return true;
   }
   step -= 4;
   // The keys, in this order: policers before the ifIndex map, so that an interface that goes
-  // with its policers loses its rows while its ifIndex still names them.
+  // with its policers loses its rows while its ifIndex still names them. Each key's entry is
+  // moved into the state in force as it is applied.
   auto edit = [&step](const auto& keys, auto&& apply) {
     if (step < keys.size()) {
       apply(keys[step]);
@@ -98,12 +125,38 @@ bool StatusSource::applyStep(const Pending& p, size_t step) {
     step -= keys.size();
     return false;
   };
-  return edit(d.classMaps,
-              [&](const auto& index) { config_.classMapIs(state, index, *qosMib_); }) ||
-         edit(d.profiles, [&](const auto& name) { policing_.profileIs(state, name); }) ||
-         edit(d.instances, [&](const auto& name) { policing_.instanceIs(state, name); }) ||
-         edit(d.intfPolicers, [&](const auto& key) { policing_.intfPolicerIs(state, key); }) ||
-         edit(d.ifIndexes, [&](const auto& intf) { policing_.ifIndexIs(state, intf); });
+  if (edit(d.classMaps,
+           [&](const auto& index) {
+             mergeEntry(state_.classMaps, values.classMaps, index);
+             config_.classMapIs(state_, index, *qosMib_);
+           }) ||
+      edit(d.profiles,
+           [&](const auto& name) {
+             mergeEntry(state_.policerProfiles, values.policerProfiles, name);
+             policing_.profileIs(state_, name);
+           }) ||
+      edit(d.instances,
+           [&](const auto& name) {
+             mergeEntry(state_.policerInstances, values.policerInstances, name);
+             policing_.instanceIs(state_, name);
+           }) ||
+      edit(d.intfPolicers,
+           [&](const auto& key) {
+             mergeEntry(state_.interfacePolicers, values.interfacePolicers, key);
+             policing_.intfPolicerIs(state_, key);
+           }) ||
+      edit(d.ifIndexes, [&](const auto& intf) { policing_.ifIndexIs(state_, intf); })) {
+    return true;
+  }
+  // Last, once the state in force is the new one whole: the restarts of the QoS agent.
+  if (step < d.restarts) {
+    QTRACE(trace(), 1, "Playing a restart of the QoS agent ({} of {})", step + 1, d.restarts);
+    qosMibIs(State{});  // its status objects and rows go with it
+    policing_.restart(state_);
+    qosMibIs(state_);
+    return true;
+  }
+  return false;
 }
 
 void StatusSource::qosMibIs(const State& state, std::optional<size_t> writer) {

@@ -19,18 +19,19 @@
 // at all and keeps the counts tick() has advanced.
 //
 // What changed is found apart from applying it (StateDiff.h): the agent reads and compares the
-// file on another thread and hands the State and its diff to editsIs(); applyEdits() then applies
-// them on the agent's thread, a key at a time, stopping whenever its caller's yield() says so
-// (a scheduler task), so that a reload in which one key changed costs one key's work here. Class
-// maps are edited key by key as well; the rest of the QoS MIB's tables are derived from several
-// sections at once: each of its three writers runs in one step, and only when one of their
-// sections changed. stateIs() does all of it at once.
+// file in another process and hands the edits (the diff and the values it names) to editsIs();
+// applyEdits() then applies them on the agent's thread, a key at a time, moving each key's new
+// entry into the state in force and writing it, and stopping whenever its caller's yield() says
+// so (a scheduler task), so that a reload in which one key changed costs one key's work here.
+// Class maps are edited key by key as well; the rest of the QoS MIB's tables are derived from
+// several sections at once: each of its three writers runs in one step, and only when one of
+// their sections changed. stateIs() does all of it at once.
 //
 // A restart of the switch's QoS agent is played when a state's qosAgentRestarts differs from the
-// one in force (never at the first state): the QoS agent's status objects and QoS MIB rows are
-// removed and made again from the new state, and its policing status is replaced by a new
-// Qos::PolicingStatus (PolicingWriter::restart). A number that grew by k plays k restarts in a
-// row (at most maxPlayedRestarts); one that went down plays one.
+// one in force (never at the first state), once the edits are in: the QoS agent's status objects
+// and QoS MIB rows are removed and made again from the new state, and its policing status is
+// replaced by a new Qos::PolicingStatus (PolicingWriter::restart). A number that grew by k plays
+// k restarts in a row (at most maxPlayedRestarts); one that went down plays one.
 //
 // load() reads, parses and applies a state file. A bad file raises StateFileError and leaves the
 // state in force as it was. tick() advances the counters by one second of traffic (the agent
@@ -69,8 +70,9 @@ class StatusSource {
   StatusSource& operator=(const StatusSource&) = delete;
 
   const Quill::Ptr<QosSnmp::QosMib>& qosMib() const noexcept { return qosMib_; }
-  // The state in force: the last one applied whole (empty before the first).
-  const State& state() const noexcept { return *state_; }
+  // The state in force: what has been applied (empty before the first state; while edits are
+  // being applied, the keys applied so far are new).
+  const State& state() const noexcept { return state_; }
   // The status object of a class map, or null.
   Quill::Ptr<Qos::ClassMapStatus const> classMap(const QosSnmp::ClassMapTableIndex& index) const {
     return config_.classMap(index);
@@ -89,15 +91,15 @@ class StatusSource {
 
   // Applies `state` at once.
   void stateIs(const State& state);
-  // Starts applying `state`, which differs from the state in force (or, while edits are pending,
-  // from the state they lead to) by `diff`; applyEdits() applies them.
-  void editsIs(std::shared_ptr<const State> state, StateDiff diff);
-  // Applies pending edits, in order, until none is left (true: every state given to editsIs is
+  // Starts applying `edits`, taken against the state in force (or, while edits are pending,
+  // against the state they lead to); applyEdits() applies them.
+  void editsIs(StateEdits edits);
+  // Applies pending edits, in order, until none is left (true: every edit given to editsIs is
   // in force) or `yield()` answers true after an edit (false: call again).
   bool applyEdits(const std::function<bool()>& yield);
-  // Where a state goes once another is in force; by default it is released here. The agent
-  // hands it to the loader's thread: freeing a large State takes milliseconds.
-  void retireIs(std::function<void(std::shared_ptr<const State>)> retire) {
+  // Where edits go once applied (holding what they replaced); by default they are released
+  // here. The agent hands them to the loader's thread: freeing large sections takes time.
+  void retireIs(std::function<void(std::unique_ptr<StateEdits>)> retire) {
     retire_ = std::move(retire);
   }
   // Reads the state file at `path` and applies it; on StateFileError nothing changes.
@@ -108,23 +110,22 @@ class StatusSource {
  private:
   Quill::Ptr<Cordb::Dir> root_;
   Quill::Ptr<QosSnmp::QosMib> qosMib_;
-  // A state being applied: its edits and how far they have come.
+  // Edits being applied and how far they have come.
   struct Pending {
-    std::shared_ptr<const State> state;
-    StateDiff diff;
-    size_t step = 0;  // the next of applyStep's: restarts, QoS MIB writers, LAG flag, the keys
+    std::unique_ptr<StateEdits> edits;  // its values are moved out as they are applied
+    size_t step = 0;  // the next of applyStep's: scalars, QoS MIB writers, LAG flag, the keys,
+                      // the restarts
   };
   // Applies step `step` of `p`; false when there is none.
-  bool applyStep(const Pending& p, size_t step);
+  bool applyStep(Pending& p, size_t step);
   // Applies the QoS MIB part of `state`: statistics, configuration and ECN, or only the
   // `writer`th of them.
   void qosMibIs(const State& state, std::optional<size_t> writer = std::nullopt);
 
-  std::shared_ptr<const State> state_;
-  // The last state given to editsIs, applied or not; what the next diff starts from.
-  std::shared_ptr<const State> latest_;
+  State state_;
+  bool given_ = false;  // edits were given: the next state is not the first
   std::deque<Pending> pending_;
-  std::function<void(std::shared_ptr<const State>)> retire_;
+  std::function<void(std::unique_ptr<StateEdits>)> retire_;
   StatsWriter stats_;
   ConfigWriter config_;
   EcnWriter ecn_;
