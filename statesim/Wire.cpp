@@ -137,9 +137,12 @@ class Reader {
     } else if constexpr (IsOptional<T>::value) {
       bool present = false;
       get(present);
-      v.reset();
       if (present) {
-        get(v.emplace());
+        typename T::value_type value{};
+        get(value);
+        v = std::move(value);
+      } else {
+        v.reset();
       }
     } else if constexpr (requires { v.first, v.second; }) {
       get(v.first);
