@@ -195,54 +195,13 @@ bool Checker::parse_error(std::size_t position, const std::string&,
                        at.empty() ? message : fmt::format("{} (at {})", message, shortPointer(at)));
 }
 
-// The text as the parser reads it, a character at a time, throwing ReadCancelled at each 64 KiB
-// boundary of its address once `cancel` is set.
-class CancellableText {
- public:
-  using iterator_category = std::input_iterator_tag;
-  using value_type = char;
-  using difference_type = std::ptrdiff_t;
-  using pointer = const char*;
-  using reference = const char&;
-
-  CancellableText(const char* p, const std::atomic<bool>* cancel) : p_(p), cancel_(cancel) {}
-  reference operator*() const { return *p_; }
-  CancellableText& operator++() {
-    ++p_;
-    if ((reinterpret_cast<std::uintptr_t>(p_) & 0xFFFF) == 0 &&
-        cancel_->load(std::memory_order_relaxed)) {
-      throw ReadCancelled();
-    }
-    return *this;
-  }
-  CancellableText operator++(int) {
-    CancellableText before = *this;
-    ++*this;
-    return before;
-  }
-  friend bool operator==(const CancellableText& a, const CancellableText& b) {
-    return a.p_ == b.p_;
-  }
-
- private:
-  const char* p_;
-  const std::atomic<bool>* cancel_;
-};
-
 }  // namespace
 
-Json parseDocument(std::string_view text, const std::string& file,
-                   const std::atomic<bool>* cancel) {
+Json parseDocument(std::string_view text, const std::string& file) {
   checkEncoding(text, file);
   Checker checker(text, file);
-  if (!cancel) {
-    Json::sax_parse(text, &checker);
-    return Json::parse(text);
-  }
-  const CancellableText begin(text.data(), cancel);
-  const CancellableText end(text.data() + text.size(), cancel);
-  Json::sax_parse(begin, end, &checker);
-  return Json::parse(begin, end);
+  Json::sax_parse(text, &checker);
+  return Json::parse(text);
 }
 
 }  // namespace StateSim

@@ -10,14 +10,8 @@
 //   - malformed JSON, invalid UTF-8 in a string among it: at its line and column, with the JSON
 //     pointer of the value being read and no more than the end of the token read.
 // Pure function; what the document means is for the section readers to check.
-//
-// Reading a large file takes a while; a reader on another thread may be asked to stop. When
-// `cancel` is given and becomes true, parseDocument() throws ReadCancelled soon after (within
-// 64 KiB of text).
 #pragma once
 
-#include <atomic>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -27,13 +21,7 @@ namespace StateSim {
 
 using Json = nlohmann::json;
 
-// Thrown when a read is cancelled (see above).
-struct ReadCancelled : std::runtime_error {
-  ReadCancelled() : std::runtime_error("the read was cancelled") {}
-};
-
 // The JSON document of `text`; `file` names it in errors.
-Json parseDocument(std::string_view text, const std::string& file,
-                   const std::atomic<bool>* cancel = nullptr);
+Json parseDocument(std::string_view text, const std::string& file);
 
 }  // namespace StateSim

@@ -75,9 +75,9 @@ constexpr std::pair<std::string_view, SectionReader> sections[] = {
 
 }  // namespace
 
-State parseState(std::string_view text, const std::string& file, const std::atomic<bool>* cancel) {
-  const Json document = parseDocument(text, file, cancel);
-  Reader r(file, cancel);
+State parseState(std::string_view text, const std::string& file) {
+  const Json document = parseDocument(text, file);
+  Reader r(file);
   State state;
   JsonObject top(r, document, "",
                  {"qosAgentRestarts", "hardware", "interfaces", "classMaps", "policyMaps",
@@ -85,9 +85,6 @@ State parseState(std::string_view text, const std::string& file, const std::atom
                   "policerInstances", "interfacePolicers"});
   state.qosAgentRestarts = top.number("qosAgentRestarts", maxQosAgentRestarts, 0);
   for (const auto& [name, read] : sections) {
-    if (cancel && cancel->load(std::memory_order_relaxed)) {
-      throw ReadCancelled();
-    }
     if (const Json* value = top.member(name)) {
       read(r, *value, top.at(name), state);
     }
@@ -95,7 +92,7 @@ State parseState(std::string_view text, const std::string& file, const std::atom
   return state;
 }
 
-State readStateFile(const std::string& path, const std::atomic<bool>* cancel) {
+State readStateFile(const std::string& path) {
   std::error_code error;
   if (std::filesystem::is_directory(path, error)) {
     throw StateFileError(path, "open", "is a directory, not a state file");
@@ -109,7 +106,7 @@ State readStateFile(const std::string& path, const std::atomic<bool>* cancel) {
   if (in.bad()) {
     throw StateFileError(path, "read", "cannot read the file");
   }
-  return parseState(text.str(), path, cancel);
+  return parseState(text.str(), path);
 }
 
 }  // namespace StateSim

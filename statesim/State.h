@@ -25,7 +25,6 @@
 // quoting no more than a short excerpt of the file (Excerpt.h).
 #pragma once
 
-#include <atomic>
 #include <map>
 #include <optional>
 #include <set>
@@ -295,12 +294,10 @@ class StateFileError : public std::runtime_error {
   std::string where_;
 };
 
-// Parses the text of a state file; `file` names it in errors. A read on another thread can be
-// cancelled: once `cancel` is true, it soon throws ReadCancelled (JsonDocument.h).
-State parseState(std::string_view text, const std::string& file,
-                 const std::atomic<bool>* cancel = nullptr);
+// Parses the text of a state file; `file` names it in errors.
+State parseState(std::string_view text, const std::string& file);
 // Reads and parses the state file at `path`; an unreadable file or a directory is a
 // StateFileError too.
-State readStateFile(const std::string& path, const std::atomic<bool>* cancel = nullptr);
+State readStateFile(const std::string& path);
 
 }  // namespace StateSim

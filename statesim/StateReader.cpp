@@ -69,7 +69,6 @@ Linko::IntfId Reader::interface(const Json& value, const std::string& where) con
 JsonObject::JsonObject(const Reader& r, const Json& value, std::string where,
                        std::initializer_list<std::string_view> known)
     : r_(r), where_(std::move(where)) {
-  r_.checkCancelled();
   object_ = &r_.object(value, where_);
   for (const auto& [name, member] : *object_) {
     if (std::find(known.begin(), known.end(), name) == known.end()) {

@@ -7,7 +7,6 @@
 #pragma once
 
 #include <algorithm>
-#include <atomic>
 #include <array>
 #include <initializer_list>
 #include <string>
@@ -29,17 +28,7 @@ using Spelling = std::pair<std::string_view, E>;
 
 class Reader {
  public:
-  // cancel: when given and set, reading soon throws ReadCancelled (JsonDocument.h).
-  explicit Reader(const std::string& file, const std::atomic<bool>* cancel = nullptr)
-      : file_(file), cancel_(cancel) {}
-
-  // Called once per object read: throws ReadCancelled, every few thousand objects, once the
-  // read is cancelled.
-  void checkCancelled() const {
-    if (cancel_ && (++objects_ & 0xFFF) == 0 && cancel_->load(std::memory_order_relaxed)) {
-      throw ReadCancelled();
-    }
-  }
+  explicit Reader(const std::string& file) : file_(file) {}
 
   [[noreturn]] void fail(const std::string& where, const std::string& message) const;
 
@@ -97,8 +86,6 @@ class Reader {
 
  private:
   const std::string& file_;
-  const std::atomic<bool>* cancel_;
-  mutable U64 objects_ = 0;
 };
 
 // A JSON object of the document at `where`, allowed only the members `known`.
