@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <spawn.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -165,18 +166,28 @@ void StateLoader::run() {
 StateLoader::Result StateLoader::read() {
   Result result;
   bool whole = false;
-  if (fromReader_ < 0) {
-    if (!spawn(result.error)) {
+  const char request = 1;
+  for (int attempt = 0;; ++attempt) {
+    if (socket_ < 0) {
+      if (!spawn(result.error)) {
+        return result;
+      }
+      whole = true;
+    }
+    if (::send(socket_, &request, 1, MSG_NOSIGNAL) == 1) {
+      break;
+    }
+    // The reader ended while it waited (killed, say): the read goes to a new one, once.
+    std::string how = reap(false);
+    if (attempt == 1) {
+      result.error = path_ + ": the state reader ended (" + how + ") before it was asked";
       return result;
     }
-    whole = true;
   }
-  const char request = 1;
   U64 size = 0;
   std::string message;
-  if (!writeAll(toReader_, &request, 1) ||
-      !readAll(fromReader_, reinterpret_cast<char*>(&size), sizeof size) || size == 0 ||
-      !readAll(fromReader_, (message.resize(size), message.data()), size)) {
+  if (!readAll(socket_, reinterpret_cast<char*>(&size), sizeof size) || size == 0 ||
+      !readAll(socket_, (message.resize(size), message.data()), size)) {
     result.error = path_ + ": the state reader ended (" + reap(false) + ") before it answered";
     return result;
   }
@@ -196,22 +207,15 @@ StateLoader::Result StateLoader::read() {
 }
 
 bool StateLoader::spawn(std::string& error) {
-  int requests[2];
-  int results[2];
-  if (pipe2(requests, O_CLOEXEC) != 0) {
+  int ends[2];  // the loader's, the reader's
+  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
     error = path_ + ": cannot start the state reader: " + strerror(errno);
-    return false;
-  }
-  if (pipe2(results, O_CLOEXEC) != 0) {
-    error = path_ + ": cannot start the state reader: " + strerror(errno);
-    close(requests[0]);
-    close(requests[1]);
     return false;
   }
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, requests[0], STDIN_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, results[1], STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, ends[1], STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
   posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);  // the agent's sockets
   posix_spawnattr_t attributes;
   posix_spawnattr_init(&attributes);
@@ -233,18 +237,15 @@ bool StateLoader::spawn(std::string& error) {
   const int failed = posix_spawn(&pid, argv[0], &actions, &attributes, argv.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   posix_spawnattr_destroy(&attributes);
-  close(requests[0]);
-  close(results[1]);
+  close(ends[1]);
   if (failed != 0) {
     error = path_ + ": cannot start the state reader " + args[0] + ": " + strerror(failed);
-    close(requests[1]);
-    close(results[0]);
+    close(ends[0]);
     return false;
   }
   std::lock_guard lock(mutex_);
   reader_ = pid;
-  toReader_ = requests[1];
-  fromReader_ = results[0];
+  socket_ = ends[0];
   return true;
 }
 
@@ -254,11 +255,8 @@ std::string StateLoader::reap(bool kill) {
     std::lock_guard lock(mutex_);
     pid = std::exchange(reader_, -1);
   }
-  if (toReader_ >= 0) {
-    close(std::exchange(toReader_, -1));  // a reader waiting for requests ends
-  }
-  if (fromReader_ >= 0) {
-    close(std::exchange(fromReader_, -1));
+  if (socket_ >= 0) {
+    close(std::exchange(socket_, -1));  // a reader waiting for requests ends
   }
   if (pid <= 0) {
     return "was not running";

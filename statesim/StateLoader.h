@@ -10,9 +10,9 @@
 // while a read is under way, or while a result waits to be taken, make one more read, of the
 // file as it is then. At most one result waits; the next read starts once it is taken.
 //
-// A reader that ends (killed, out of memory) is a refused read with its reason; the next read
-// starts a new reader, whose first result holds the whole file (`whole`): the agent compares it
-// with the state in force itself.
+// A reader that ends during a read (killed, out of memory) makes that read a refused one, with
+// its reason; one that ended while it waited is replaced before the read. A new reader's first
+// result holds the whole file (`whole`): the agent compares it with the state in force itself.
 //
 // Threads: construct, request(), take() and destroy on one thread (the agent's). A thread of the
 // loader's own talks to the reader and decodes its results (work in proportion to the change).
@@ -43,8 +43,8 @@ class StateLoader {
     bool whole = false;  // a reader's first result: edits from nothing, values the whole State
   };
 
-  // Starts the reader, `command` followed by `path` (its standard input takes requests, its
-  // standard output gives results), and its first read. REQUIRES: command is not empty.
+  // Starts the reader, `command` followed by `path` (its standard input and output are one
+  // socket: requests in, results out), and its first read. REQUIRES: command is not empty.
   StateLoader(std::string path, std::vector<std::string> command);
   ~StateLoader();
   StateLoader(const StateLoader&) = delete;
@@ -82,11 +82,10 @@ class StateLoader {
   bool stopping_ = false;
   std::optional<Result> result_;
   std::vector<std::unique_ptr<StateEdits>> retired_;
-  // The reader: its pid and the two ends the loader's thread uses (guarded by mutex_ for the
-  // destructor's kill).
+  // The reader's pid (guarded by mutex_, for the destructor's kill) and the loader thread's end
+  // of its socket.
   pid_t reader_ = -1;
-  int toReader_ = -1;
-  int fromReader_ = -1;
+  int socket_ = -1;
   std::thread thread_;  // last: started once everything above exists
 };
 

@@ -2,6 +2,7 @@
 
 #include <poll.h>
 #include <signal.h>
+#include <sys/stat.h>
 
 #include <chrono>
 #include <filesystem>
@@ -31,6 +32,19 @@ class StateLoaderTest : public ::testing::Test {
               std::to_string(cir) + "}";
     }
     return text + "]}";
+  }
+  // Kills `pid` and waits until it is gone (a zombie its parent, the loader, has yet to reap).
+  static void Kill(pid_t pid) {
+    ASSERT_EQ(kill(pid, SIGKILL), 0);
+    for (;;) {
+      std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+      std::string comm;
+      char state = 'Z';
+      if (!(stat >> comm >> comm >> state) || state == 'Z' || state == 'X') {
+        return;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
   }
   // This binary is the state reader too (StateReaderMain_test.cpp).
   static std::vector<std::string> ReaderCommand() { return {"/proc/self/exe", "--state-reader"}; }
@@ -76,26 +90,40 @@ TEST_F(StateLoaderTest, ReadsAtStartThenDiffsEachReadAgainstTheLastGoodOne) {
   EXPECT_EQ(next.edits->values.policerProfiles.begin()->first.str(), "p3");
 }
 
-TEST_F(StateLoaderTest, AReaderThatEndsIsARefusedReadAndTheNextReadStartsAWholeOne) {
+TEST_F(StateLoaderTest, AReaderThatEndsIsReplacedAndItsFirstResultIsWhole) {
   Write(Profiles(3));
   StateLoader loader(path_.string(), ReaderCommand());
   ASSERT_TRUE(Next(loader).edits);
-  const pid_t reader = loader.readerPid();
-  ASSERT_GT(reader, 0);
-  ASSERT_EQ(kill(reader, SIGKILL), 0);
-  loader.request();
-  auto ended = Next(loader);
-  EXPECT_FALSE(ended.edits);
-  EXPECT_NE(ended.error.find("the state reader ended (killed by signal 9"), std::string::npos)
-      << ended.error;
-
+  // Killed while it waits: the next read goes to a new reader.
+  const pid_t first = loader.readerPid();
+  ASSERT_GT(first, 0);
+  Kill(first);
   Write(Profiles(4, 2));
   loader.request();
   auto again = Next(loader);
   ASSERT_TRUE(again.edits) << again.error;
   EXPECT_TRUE(again.whole);
   EXPECT_EQ(again.edits->values.policerProfiles.size(), 4U);
-  EXPECT_NE(loader.readerPid(), reader);
+  EXPECT_NE(loader.readerPid(), first);
+
+  // Killed during a read (of a FIFO no one writes: it waits there): that read is refused with
+  // the reason, and the next one is whole again.
+  std::filesystem::remove(path_);
+  ASSERT_EQ(mkfifo(path_.c_str(), 0600), 0);
+  loader.request();
+  const pid_t second = loader.readerPid();
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));  // it opens the FIFO
+  Kill(second);
+  auto ended = Next(loader);
+  EXPECT_FALSE(ended.edits);
+  EXPECT_NE(ended.error.find("the state reader ended (killed by signal 9"), std::string::npos)
+      << ended.error;
+  std::filesystem::remove(path_);
+  Write(Profiles(4, 2));
+  loader.request();
+  auto whole = Next(loader);
+  ASSERT_TRUE(whole.edits) << whole.error;
+  EXPECT_TRUE(whole.whole);
 }
 
 TEST_F(StateLoaderTest, AReaderThatCannotStartIsARefusedRead) {

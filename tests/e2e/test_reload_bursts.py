@@ -73,3 +73,59 @@ def test_the_agent_answers_while_a_large_state_file_loads(start_agent):
     assert uptime.type == "Timeticks"
     assert "qossnmpd: ready" not in agent.output(), "the file loaded before the first answer"
     agent.stop()  # a SIGTERM while the file is still being read: exit status 0
+
+
+def reader_pid(agent_pid: int) -> int | None:
+    """The state reader: the agent's child process, or None."""
+    for entry in os.listdir("/proc"):
+        if entry.isdigit():
+            try:
+                stat = open(f"/proc/{entry}/stat").read()
+            except OSError:
+                continue
+            fields = stat.rsplit(")", 1)[1].split()
+            if int(fields[1]) == agent_pid and fields[0] != "Z":
+                return int(entry)
+    return None
+
+
+def test_the_agent_outlives_its_state_reader(start_agent):
+    target = class_map_target()
+    agent = start_agent(state_text=json.dumps(target.state(0)))
+    tool = NetSnmp(agent.endpoint)
+    reader = reader_pid(agent.process.pid)
+    assert reader is not None
+
+    def reloaded(count: int) -> None:
+        deadline = time.monotonic() + 20
+        while agent.output().count("qossnmpd: reloaded") < count:
+            assert time.monotonic() < deadline, agent.output()[-2000:]
+            time.sleep(0.01)
+
+    # Killed while it waits: the next reload goes to a new reader.
+    os.kill(reader, signal.SIGKILL)
+    write_atomically(agent.state_path, target.state(1))
+    os.kill(agent.process.pid, signal.SIGHUP)
+    reloaded(1)
+    assert tool.walk(CLASS_MAP_TABLE) == expected_walk(target.state(1)["classMaps"])
+    assert reader_pid(agent.process.pid) not in (None, reader)
+
+    # Killed during a read (of a FIFO that nobody writes, where it waits): that reload fails
+    # with the reason and changes nothing; the next one applies.
+    agent.state_path.unlink()
+    os.mkfifo(agent.state_path)
+    os.kill(agent.process.pid, signal.SIGHUP)
+    time.sleep(0.3)
+    os.kill(reader_pid(agent.process.pid), signal.SIGKILL)
+    deadline = time.monotonic() + 20
+    while "the state reader ended (killed by signal 9" not in agent.output():
+        assert time.monotonic() < deadline, agent.output()[-2000:]
+        time.sleep(0.01)
+    assert "reload of" in agent.output()
+    assert tool.walk(CLASS_MAP_TABLE) == expected_walk(target.state(1)["classMaps"])
+    agent.state_path.unlink()
+    write_atomically(agent.state_path, target.state(2))
+    os.kill(agent.process.pid, signal.SIGHUP)
+    reloaded(2)
+    assert tool.walk(CLASS_MAP_TABLE) == expected_walk(target.state(2)["classMaps"])
+    assert agent.process.popen.poll() is None
