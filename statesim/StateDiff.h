@@ -70,7 +70,8 @@ inline constexpr U64 maxPlayedRestarts = 8;
 // What changes from `before` to `after`. `first`: `after` is the first State applied (it plays no
 // restart, and `before` is empty).
 StateDiff diff(const State& before, const State& after, bool first);
-// diff() with the values of `after` it names.
+// diff() with the values of `after` it names. The first edits (`first`, `before` empty) carry all
+// of `after`.
 StateEdits editsFrom(const State& before, const State& after, bool first);
 
 }  // namespace StateSim

@@ -99,6 +99,24 @@ TEST(StateDiffTest, QosMibSectionsAndTheLagFlagAreToldApart) {
   EXPECT_TRUE(diff(before, copp, false).qosMibChanged);
 }
 
+TEST(StateDiffTest, EditsCarryTheValuesTheyNameAndTheFirstCarryEverything) {
+  State before = Parsed(base);
+  EXPECT_EQ(StateSim::editsFrom(State{}, before, true).values, before);
+  State example = StateSim::readStateFile(QOSSNMP_EXAMPLES_DIR "/default.json");
+  EXPECT_EQ(StateSim::editsFrom(State{}, example, true).values, example);
+
+  State after = Parsed(With(R"({"name": "b", "cir": 2})", R"({"name": "b", "cir": 3})"));
+  after.policerInstances.clear();
+  auto edits = StateSim::editsFrom(before, after, false);
+  EXPECT_EQ(edits.diff.keys(), 2U);
+  // The changed profile with its value; the instance that went has none; nothing else.
+  ASSERT_EQ(edits.values.policerProfiles.size(), 1U);
+  EXPECT_EQ(edits.values.policerProfiles.begin()->second.rates->cir, 3U);
+  EXPECT_TRUE(edits.values.policerInstances.empty());
+  EXPECT_TRUE(edits.values.interfacePolicers.empty());
+  EXPECT_TRUE(edits.values.interfaces.empty());  // the QoS MIB's sections did not change
+}
+
 TEST(StateDiffTest, RestartsAreCountedFromTheStateInForceButNeverAtTheFirst) {
   State before = Parsed(base);
   auto restarts = [&](Quill::U64 n, bool first = false) {

@@ -291,8 +291,14 @@ int serveStateReads(const std::string& path, int in, int out) {
     std::string payload;
     try {
       State state = readStateFile(path);
-      payload = encode(editsFrom(previous ? *previous : State{}, state, !previous));
-      previous = std::move(state);
+      if (previous) {
+        payload = encode(editsFrom(*previous, state, false));
+        previous = std::move(state);
+      } else {  // the first edits carry the whole state: no copy of it is made
+        StateEdits edits{diff(State{}, state, true), std::move(state)};
+        payload = encode(edits);
+        previous = std::move(edits.values);
+      }
     } catch (const StateFileError& e) {
       kind = refusedKind;
       payload = e.what();

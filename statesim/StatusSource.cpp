@@ -85,7 +85,7 @@ void mergeEntry(Map& to, Map& from, const typename Map::key_type& key) {
 }  // namespace
 
 bool StatusSource::applyStep(Pending& p, size_t step) {
-  StateDiff& d = p.edits->diff;
+  const StateDiff& d = p.edits->diff;
   State& values = p.edits->values;
   if (step == 0) {
     // The scalars, and the QoS MIB's sections when they changed: swapped in whole (what they
