@@ -25,9 +25,12 @@ namespace {
 constexpr char editsKind = 'E';
 constexpr char refusedKind = 'R';
 
-bool writeAll(int fd, const char* data, size_t size) {
+// Moves all `size` bytes through `io` (::read or ::write), across partial transfers and
+// interruptions; false when the other end closed or failed first.
+template <typename Io, typename Data>
+bool transferAll(Io io, int fd, Data* data, size_t size) {
   while (size > 0) {
-    ssize_t n = ::write(fd, data, size);
+    ssize_t n = io(fd, data, size);
     if (n < 0 && errno == EINTR) {
       continue;
     }
@@ -40,19 +43,11 @@ bool writeAll(int fd, const char* data, size_t size) {
   return true;
 }
 
+bool writeAll(int fd, const char* data, size_t size) {
+  return transferAll(::write, fd, data, size);
+}
 bool readAll(int fd, char* data, size_t size) {
-  while (size > 0) {
-    ssize_t n = ::read(fd, data, size);
-    if (n < 0 && errno == EINTR) {
-      continue;
-    }
-    if (n <= 0) {
-      return false;
-    }
-    data += n;
-    size -= static_cast<size_t>(n);
-  }
-  return true;
+  return transferAll(::read, fd, data, size);
 }
 
 bool writeMessage(int fd, char kind, const std::string& payload) {
