@@ -1,6 +1,7 @@
 #include "StateLoader.h"
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/prctl.h>
@@ -135,6 +136,7 @@ void StateLoader::run() {
       retired_.clear();
       lock.unlock();
       retired.clear();  // freed here, outside the lock
+      malloc_trim(0);   // and given back to the system
       lock.lock();
       continue;
     }
@@ -304,6 +306,9 @@ int serveStateReads(const std::string& path, int in, int out) {
     if (!writeMessage(out, kind, payload)) {
       return 0;
     }
+    // The parse's garbage goes back to the system: between reads the reader holds its State.
+    payload = std::string();
+    malloc_trim(0);
   }
 }
 
