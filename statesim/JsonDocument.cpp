@@ -81,33 +81,39 @@ void checkEncoding(std::string_view text, const std::string& file) {
   }
 }
 
-// A pass over the document that refuses a member an object already has, and, at a syntax error,
-// names the JSON pointer of the value being read. It builds nothing: nlohmann's parser with a
-// callback could do both while building the document, but it scans each array once per element
-// it adds (quadratic: seconds for a file of 100000 class maps), so the document is parsed again
-// once this pass has found it sound.
+// The one pass over the text: builds the document (with nlohmann's own DOM builder), refuses a
+// member an object already has, and, at a syntax error, names the JSON pointer of the value being
+// read. (nlohmann's parser with a callback could check members too, but it scans each array once
+// per element it adds: quadratic, seconds for a file of 100000 class maps.)
 class Checker : public nlohmann::json_sax<Json> {
  public:
-  Checker(std::string_view text, const std::string& file) : text_(text), file_(file) {}
+  Checker(std::string_view text, const std::string& file, Json& document)
+      : text_(text), file_(file), dom_(document, false) {}
 
-  bool null() override { return valueDone(); }
-  bool boolean(bool) override { return valueDone(); }
-  bool number_integer(number_integer_t) override { return valueDone(); }
-  bool number_unsigned(number_unsigned_t) override { return valueDone(); }
-  bool number_float(number_float_t, const string_t&) override { return valueDone(); }
-  bool string(string_t&) override { return valueDone(); }
-  bool binary(binary_t&) override { return valueDone(); }
-  bool start_object(std::size_t) override {
+  bool null() override { return dom_.null() && valueDone(); }
+  bool boolean(bool value) override { return dom_.boolean(value) && valueDone(); }
+  bool number_integer(number_integer_t value) override {
+    return dom_.number_integer(value) && valueDone();
+  }
+  bool number_unsigned(number_unsigned_t value) override {
+    return dom_.number_unsigned(value) && valueDone();
+  }
+  bool number_float(number_float_t value, const string_t& text) override {
+    return dom_.number_float(value, text) && valueDone();
+  }
+  bool string(string_t& value) override { return dom_.string(value) && valueDone(); }
+  bool binary(binary_t& value) override { return dom_.binary(value) && valueDone(); }
+  bool start_object(std::size_t size) override {
     levels_.push_back({.object = true});
-    return true;
+    return dom_.start_object(size);
   }
   bool key(string_t& key) override;
-  bool end_object() override { return containerDone(); }
-  bool start_array(std::size_t) override {
+  bool end_object() override { return dom_.end_object() && containerDone(); }
+  bool start_array(std::size_t size) override {
     levels_.push_back({.object = false});
-    return true;
+    return dom_.start_array(size);
   }
-  bool end_array() override { return containerDone(); }
+  bool end_array() override { return dom_.end_array() && containerDone(); }
   bool parse_error(std::size_t position, const std::string&,
                    const nlohmann::detail::exception& e) override;
 
@@ -130,6 +136,7 @@ class Checker : public nlohmann::json_sax<Json> {
 
   std::string_view text_;
   const std::string& file_;
+  nlohmann::detail::json_sax_dom_parser<Json> dom_;
   std::vector<Level> levels_;
 };
 
@@ -141,7 +148,7 @@ bool Checker::key(string_t& key) {
   }
   level.key = key;
   level.inMember = true;
-  return true;
+  return dom_.key(key);
 }
 
 bool Checker::valueDone() {
@@ -199,9 +206,10 @@ bool Checker::parse_error(std::size_t position, const std::string&,
 
 Json parseDocument(std::string_view text, const std::string& file) {
   checkEncoding(text, file);
-  Checker checker(text, file);
+  Json document;
+  Checker checker(text, file, document);
   Json::sax_parse(text, &checker);
-  return Json::parse(text);
+  return document;
 }
 
 }  // namespace StateSim
