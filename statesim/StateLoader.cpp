@@ -230,8 +230,12 @@ bool StateLoader::spawn(std::string& error) {
     argv.push_back(arg.data());
   }
   argv.push_back(nullptr);
+  // ps shows the reader under the agent's own name ("qossnmpd --state-reader FILE").
+  std::string name = program_invocation_name;
+  argv[0] = name.data();
   pid_t pid = -1;
-  const int failed = posix_spawn(&pid, argv[0], &actions, &attributes, argv.data(), environ);
+  const int failed =
+      posix_spawn(&pid, args[0].c_str(), &actions, &attributes, argv.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   posix_spawnattr_destroy(&attributes);
   close(ends[1]);
