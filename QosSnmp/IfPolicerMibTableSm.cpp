@@ -113,9 +113,6 @@ void IfPolicerStatsTableSm<D>::createChildren() {
 template <typename D>
 void IfPolicerStatsTableSm<D>::eventToIfPolicerStream(
     const Qos::IntfPairKey& intfPairKey, const std::optional<StatusPtr>& intfPolicerInfoStatusOpt) {
-  if (!initialScanDone()) {
-    return;
-  }
   QTRACE(trace(), 7,
          "{}: ifPolicerStream = from( qosStatus.policingStatus.{}[] ): intfPairKey={} "
          "intfPolicerInfoStatusOpt={}",
@@ -147,9 +144,6 @@ void IfPolicerStatsTableSm<D>::eventToIfPolicerStream(
 template <typename D>
 void IfPolicerStatsTableSm<D>::eventToIfMibStream(Linko::IntfId intfId,
                                                   const std::optional<U32>& ifIndexOpt) {
-  if (!initialScanDone()) {
-    return;
-  }
   QTRACE(trace(), 7, "{}: ifMibStream = from( ifMib.ifIndexByIntfId[] ): intfId={} ifIndexOpt={}",
          smClass(), intfId, ifIndexOpt);
   if (!ifIndexOpt) {
@@ -162,22 +156,17 @@ void IfPolicerStatsTableSm<D>::eventToIfMibStream(Linko::IntfId intfId,
 
 template <typename D>
 void IfPolicerStatsTableSm<D>::intoTable(U32 ifIndex, Linko::IntfId intfId) {
-  tableOutput_->seenIs(ifIndex);
-  Table& table = tableOutput_->table();
   auto coll = store_.intfToPolicingStatsColl(intfId);
   if (!coll) {
     QTRACE(trace(), 7, "{}: into( ifPolicerMib.{}[ ( *ifIndexOpt ) ] ): deleting k1={}", smClass(),
            D::table, ifIndex);
-    table.del(ifIndex);
+    tableOutput_->rowDel(ifIndex);
     return;
   }
   QTRACE(trace(), 7, "{}: into( ifPolicerMib.{}[ ( *ifIndexOpt ) ] ): inserting k1={}, value={}",
          smClass(), D::table, ifIndex,
          fmt::format("({}, {}, {})", ifIndex, collText(coll), aclHwStatus_));
-  if (auto row = table.find(ifIndex); row && row->intfPolicerInfoStatusColl() != coll) {
-    table.del(ifIndex);  // another interface's (or an earlier) collection: a fresh row
-  }
-  table.is(ifIndex, coll, aclHwStatus_);
+  tableOutput_->rowIs(ifIndex, coll, aclHwStatus_);
 }
 
 template class IfPolicerStatsTableSm<IfPolicerInDecl>;

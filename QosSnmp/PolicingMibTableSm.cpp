@@ -54,27 +54,19 @@ void PolicingTableSm<D>::createChildren() {
 template <typename D>
 void PolicingTableSm<D>::eventToStream(const InterfacePolicing::PolicerName& name,
                                        const std::optional<ValuePtr>& valueOpt) {
-  if (!initialScanDone()) {
-    return;  // the first scan pass only builds the children
-  }
   QTRACE(trace(), 7, "{}: {} = from( qosStatus.policingStatus.{}[] ): {}={} {}={}", smClass(),
          D::stream, D::coll, D::keyName, name, D::valueName, valueOpt);
   typename D::Index tableIndex(Snmp::String(name.str()));
-  output_->seenIs(tableIndex);
-  Table& table = output_->table();
   if (!valueOpt) {
     QTRACE(trace(), 7, "{}: into( policingMib.{}[ tableIndex ] ): deleting k1={}", smClass(),
            D::table, indexText(tableIndex));
-    table.del(tableIndex);
+    output_->rowDel(tableIndex);
     return;
   }
   QTRACE(trace(), 7, "{}: into( policingMib.{}[ tableIndex ] ): inserting k1={}, value={}",
          smClass(), D::table, indexText(tableIndex),
          fmt::format("({}, {})", indexText(tableIndex), *valueOpt));
-  if (auto row = table.map().find(tableIndex); row && D::refOf(*row) != *valueOpt) {
-    table.del(tableIndex);  // a replaced status object gets a fresh row
-  }
-  table.is(tableIndex, *valueOpt);
+  output_->rowIs(tableIndex, *valueOpt);
 }
 
 template class PolicingTableSm<PolicingProfileDecl>;

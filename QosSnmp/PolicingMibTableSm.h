@@ -43,7 +43,6 @@ struct PolicingProfileDecl {
   using Index = PolicingProfileTableIndex;
   static const auto& collOf(const Qos::PolicingStatus& s) { return s.profile(); }
   static auto& tableOf(PolicingMib& mib) { return mib.policingProfileTableColl(); }
-  static const auto& refOf(const PolicingProfileTableEntry& e) { return e.policerProfile(); }
 };
 
 struct PolicerInstanceDecl {
@@ -60,7 +59,6 @@ struct PolicerInstanceDecl {
   using Index = PolicerInstanceTableIndex;
   static const auto& collOf(const Qos::PolicingStatus& s) { return s.policerInstance(); }
   static auto& tableOf(PolicingMib& mib) { return mib.policerInstanceTableColl(); }
-  static const auto& refOf(const PolicerInstanceTableEntry& e) { return e.policerInstance(); }
 };
 
 // The policing table Sm of declaration D.

@@ -104,13 +104,17 @@ class CollScan : public Rivo::Gen::InputStateMachine {
     return true;
   }
 
-  // handle<Coll>N: forwards the key and its current value (or nothing) as an event.
+  // handle<Coll>N: forwards the key and its current value (or nothing) as an event, once the
+  // initial scan is done.
   void handle(const Key& key) {
     if (!hasNotificationActive()) {
       return;
     }
     QTRACE(root_.trace(), 8, "{}: k: {}", root_.smClass(), key);
     version_ = collVersion(map_.header());
+    if (!root_.initialScanDone()) {
+      return;  // the first scan pass only builds the children: events start with the second
+    }
     const Value* value = map_.find(key);
     std::optional<Value> valueOpt;
     if (value && present(*value)) {

@@ -1,6 +1,7 @@
 // The outputs of a table Sm (see TableSm.h).
 //
-//  - MibTableOutput<Table>: rows of a MIB table of a model entity. A Sm that starts while the
+//  - MibTableOutput<Table>: rows of a MIB table of a model entity, written through rowIs() and
+//    rowDel(), the one way a pipeline writes its rows. A Sm that starts while the
 //    table has rows reconciles: every key its events write during the event-producing scan is
 //    marked (seenIs), and once that scan is complete a sweep deletes every row not marked, in a
 //    task of its own that yields like the scans do, resuming at a bookmark. The output is ready
@@ -65,6 +66,23 @@ class MibTableOutput : public OutputBase {
     if (reconciling_) {
       seen_.insert(Key{index, true});
     }
+  }
+
+  // Writes the row at `index` made of `args` (the entry's arguments after the index): marks the
+  // key, deletes a row that holds other arguments (rows are immutable: another status object
+  // gets a fresh row), and creates the row unless it is there already.
+  template <typename... A>
+  void rowIs(const Index& index, const A&... args) {
+    seenIs(index);
+    if (auto row = table_.find(index); row && !row->sameArgs(args...)) {
+      table_.del(index);
+    }
+    table_.is(index, args...);
+  }
+  // Deletes the row at `index`, if any, and marks the key.
+  void rowDel(const Index& index) {
+    seenIs(index);
+    table_.del(index);
   }
 
   void initialize() override {
