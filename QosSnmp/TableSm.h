@@ -105,8 +105,6 @@ class OutputBase {
   OutputBase& operator=(const OutputBase&) = delete;
 
   const std::string& name() const noexcept { return name_; }
-  // Whether this output is a MIB table (reconciled, with a task); false for a local store.
-  virtual bool mibTable() const = 0;
   // handleInitialized: creates the reconciliation task and decides whether to reconcile.
   virtual void initialize() = 0;
   // handle<Out>InputReady: called whenever the scan state changes; reconciles once the

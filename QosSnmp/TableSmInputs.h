@@ -185,8 +185,6 @@ class CollChildSm : public TopChildSm {
     doInputScan();
   }
 
-  const Quill::Ptr<Entity const>& en() const noexcept { return entity_; }
-  const CollScan<Map>& scan() const { return *scan_; }
   void hasNotificationActiveIs(bool active) override {
     TopChildSm::hasNotificationActiveIs(active);
     if (scan_) {
@@ -242,7 +240,6 @@ class AttrChildSm : public TopChildSm {
     doInputScan();
   }
 
-  const Quill::Ptr<Entity const>& en() const noexcept { return entity_; }
   // The nested child's scan, or null while the attribute is null.
   const CollScan<Map>* nested() const { return nested_ ? &*nested_ : nullptr; }
 

@@ -55,7 +55,6 @@ class MibTableOutput : public OutputBase {
     }
   }
 
-  bool mibTable() const override { return true; }
   Table& table() const noexcept { return table_; }
   bool reconciling() const noexcept { return reconciling_; }
   // The reconciliation task; null in synchronous mode and once the sweep is done.
@@ -167,7 +166,6 @@ class MibTableOutput : public OutputBase {
 class StoreOutput : public OutputBase {
  public:
   using OutputBase::OutputBase;
-  bool mibTable() const override { return false; }
   void initialize() override {}
   void handleInputReady() override;
 };
