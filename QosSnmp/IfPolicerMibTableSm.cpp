@@ -114,13 +114,13 @@ template <typename D>
 void IfPolicerStatsTableSm<D>::eventToIfPolicerStream(
     const Qos::IntfPairKey& intfPairKey, const std::optional<StatusPtr>& intfPolicerInfoStatusOpt) {
   QTRACE(trace(), 7,
-         "{}: ifPolicerStream = from( qosStatus.policingStatus.{}[] ): intfPairKey={} "
+         "ifPolicerStream = from( qosStatus.policingStatus.{}[] ): intfPairKey={} "
          "intfPolicerInfoStatusOpt={}",
-         smClass(), D::coll, intfPairKey, intfPolicerInfoStatusOpt);
+         D::coll, intfPairKey, intfPolicerInfoStatusOpt);
   const Linko::IntfId intfId = intfPairKey.intfId;
   const Linko::IntfId memId = intfPairKey.memberId;
   if (!intfPolicerInfoStatusOpt) {
-    QTRACE(trace(), 7, "{}: {}: deleting k1={}, k2={}", smClass(), storeInto, intfId, memId);
+    QTRACE(trace(), 7, "{}: deleting k1={}, k2={}", storeInto, intfId, memId);
     if (auto coll = store_.intfToPolicingStatsColl(intfId)) {
       coll->intfPolicerInfoStatusCollDel(memId);
       if (coll->intfPolicerInfoStatusColl().empty()) {
@@ -128,14 +128,14 @@ void IfPolicerStatsTableSm<D>::eventToIfPolicerStream(
       }
     }
   } else {
-    QTRACE(trace(), 7, "{}: {}: inserting k1={}, k2={}, value={}", smClass(), storeInto, intfId,
-           memId, *intfPolicerInfoStatusOpt);
+    QTRACE(trace(), 7, "{}: inserting k1={}, k2={}, value={}", storeInto, intfId, memId,
+           *intfPolicerInfoStatusOpt);
     store_.intfToPolicingStatsCollIs(intfId)->intfPolicerInfoStatusCollIs(
         memId, *intfPolicerInfoStatusOpt);
   }
   const U32* ifIndex = ifMib_->ifIndexByIntfId().find(intfId);
   if (!ifIndex) {
-    QTRACE(trace(), 6, "{}: filter( ifIndexOpt ) failed, terminating pipeline", smClass());
+    QTRACE(trace(), 6, "filter( ifIndexOpt ) failed, terminating pipeline");
     return;
   }
   intoTable(*ifIndex, intfId);
@@ -144,11 +144,11 @@ void IfPolicerStatsTableSm<D>::eventToIfPolicerStream(
 template <typename D>
 void IfPolicerStatsTableSm<D>::eventToIfMibStream(Linko::IntfId intfId,
                                                   const std::optional<U32>& ifIndexOpt) {
-  QTRACE(trace(), 7, "{}: ifMibStream = from( ifMib.ifIndexByIntfId[] ): intfId={} ifIndexOpt={}",
-         smClass(), intfId, ifIndexOpt);
+  QTRACE(trace(), 7, "ifMibStream = from( ifMib.ifIndexByIntfId[] ): intfId={} ifIndexOpt={}",
+         intfId, ifIndexOpt);
   if (!ifIndexOpt) {
     // A row written under the interface's earlier ifIndex stays: no event names that index.
-    QTRACE(trace(), 6, "{}: filter( ifIndexOpt ) failed, terminating pipeline", smClass());
+    QTRACE(trace(), 6, "filter( ifIndexOpt ) failed, terminating pipeline");
     return;
   }
   intoTable(*ifIndexOpt, intfId);
@@ -158,14 +158,13 @@ template <typename D>
 void IfPolicerStatsTableSm<D>::intoTable(U32 ifIndex, Linko::IntfId intfId) {
   auto coll = store_.intfToPolicingStatsColl(intfId);
   if (!coll) {
-    QTRACE(trace(), 7, "{}: into( ifPolicerMib.{}[ ( *ifIndexOpt ) ] ): deleting k1={}", smClass(),
-           D::table, ifIndex);
+    QTRACE(trace(), 7, "into( ifPolicerMib.{}[ ( *ifIndexOpt ) ] ): deleting k1={}", D::table,
+           ifIndex);
     tableOutput_->rowDel(ifIndex);
     return;
   }
-  QTRACE(trace(), 7, "{}: into( ifPolicerMib.{}[ ( *ifIndexOpt ) ] ): inserting k1={}, value={}",
-         smClass(), D::table, ifIndex,
-         fmt::format("({}, {}, {})", ifIndex, collText(coll), aclHwStatus_));
+  QTRACE(trace(), 7, "into( ifPolicerMib.{}[ ( *ifIndexOpt ) ] ): inserting k1={}, value={}",
+         D::table, ifIndex, fmt::format("({}, {}, {})", ifIndex, collText(coll), aclHwStatus_));
   tableOutput_->rowIs(ifIndex, coll, aclHwStatus_);
 }
 

@@ -54,18 +54,17 @@ void PolicingTableSm<D>::createChildren() {
 template <typename D>
 void PolicingTableSm<D>::eventToStream(const InterfacePolicing::PolicerName& name,
                                        const std::optional<ValuePtr>& valueOpt) {
-  QTRACE(trace(), 7, "{}: {} = from( qosStatus.policingStatus.{}[] ): {}={} {}={}", smClass(),
-         D::stream, D::coll, D::keyName, name, D::valueName, valueOpt);
+  QTRACE(trace(), 7, "{} = from( qosStatus.policingStatus.{}[] ): {}={} {}={}", D::stream, D::coll,
+         D::keyName, name, D::valueName, valueOpt);
   typename D::Index tableIndex(Snmp::String(name.str()));
   if (!valueOpt) {
-    QTRACE(trace(), 7, "{}: into( policingMib.{}[ tableIndex ] ): deleting k1={}", smClass(),
-           D::table, indexText(tableIndex));
+    QTRACE(trace(), 7, "into( policingMib.{}[ tableIndex ] ): deleting k1={}", D::table,
+           indexText(tableIndex));
     output_->rowDel(tableIndex);
     return;
   }
-  QTRACE(trace(), 7, "{}: into( policingMib.{}[ tableIndex ] ): inserting k1={}, value={}",
-         smClass(), D::table, indexText(tableIndex),
-         fmt::format("({}, {})", indexText(tableIndex), *valueOpt));
+  QTRACE(trace(), 7, "into( policingMib.{}[ tableIndex ] ): inserting k1={}, value={}", D::table,
+         indexText(tableIndex), fmt::format("({}, {})", indexText(tableIndex), *valueOpt));
   output_->rowIs(tableIndex, *valueOpt);
 }
 

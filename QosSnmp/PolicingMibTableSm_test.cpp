@@ -437,7 +437,8 @@ TEST_F(PolicingTableSmTest, IdleIsFalseWhileAScanIsPendingAndTraced) {
   EXPECT_FALSE(sm->inputSmScanState().idle());
   scheduler_->runUntilIdle();
   EXPECT_TRUE(sm->idle());
-  EXPECT_EQ(trace.count("ready: true idle: true"), 1U);
+  // Each line of a Sm starts with its class.
+  EXPECT_EQ(trace.count("PolicingProfileTableSm: ready: true idle: true"), 1U);
 }
 
 TEST_F(PolicingTableSmTest, InstanceRowsReadTheirProfileName) {

@@ -136,7 +136,7 @@ bool TopChildSm::doInputScan0(size_t& handled) {
     scanPendingIs(false);
     return true;
   }
-  QTRACE(root_.trace(), 9, "{}: {}::doInputScan0", root_.smClass(), childClass_);
+  QTRACE(root_.trace(), 9, "{}::doInputScan0", childClass_);
   if (!scanStream(handled)) {
     state_ = InputScanState::scanInProgress;
     return false;
@@ -155,7 +155,7 @@ bool TopChildSm::doInputScan0(size_t& handled) {
   // Publishing the stream's completion may start the next pass (pending again, or run inline in
   // synchronous mode).
   root_.inputSmScanState().streamScanIs(stream_, true);
-  QTRACE(root_.trace(), 9, "{}: {} scan, and parent scan, complete.", root_.smClass(), done);
+  QTRACE(root_.trace(), 9, "{} scan, and parent scan, complete.", done);
   return true;
 }
 
@@ -187,7 +187,7 @@ void TableSmBase::handleInitialized() {
   if (initialized_) {
     return;
   }
-  QTRACE(trace(), 8, "{}: handleInitialized", smClass_);
+  QTRACE(trace(), 8, "handleInitialized");
   synchronous_ = flumeControl_.synchronous(defaultSynchronous);
   inputSmScanState_ = Quill::make<InputSmScanState>(streamNames_);
   scanStateSubscription_ =
@@ -202,11 +202,11 @@ void TableSmBase::handleInitialized() {
   for (OutputBase* output : outputs_) {
     output->initialize();
   }
-  QTRACE(trace(), 9, "{}: create local SMs", smClass_);
+  QTRACE(trace(), 9, "create local SMs");
   createLocalStores();
-  QTRACE(trace(), 9, "{}: create non-public arg SMs", smClass_);
+  QTRACE(trace(), 9, "create non-public arg SMs");
   createChildren();
-  QTRACE(trace(), 9, "{}: initialized", smClass_);
+  QTRACE(trace(), 9, "initialized");
   initialized_ = true;
   // In synchronous mode the scans have already run; let the outputs finish now.
   inputSmScanStateDispatch();
@@ -226,16 +226,15 @@ void TableSmBase::handleInitialScanDone() {
   }
   for (size_t s = 0; s < inputSmScanState_->streams(); ++s) {
     if (!inputSmScanState_->streamScan(s)) {
-      QTRACE(trace(), 9, "{}:  {} scan is false", smClass_, inputSmScanState_->streamName(s));
+      QTRACE(trace(), 9, " {} scan is false", inputSmScanState_->streamName(s));
       return;
     }
   }
   if (children_.size() < streamNames_.size()) {
-    QTRACE(trace(), 9, "{}: Initial scan yielding for child SM {}.", smClass_, smClass_);
+    QTRACE(trace(), 9, "Initial scan yielding for child SM {}.", smClass_);
     return;
   }
-  QTRACE(trace(), 9, "{}: Initial scan done for child SMs. Now scanning with events triggered.",
-         smClass_);
+  QTRACE(trace(), 9, "Initial scan done for child SMs. Now scanning with events triggered.");
   initialScanDone_ = true;
   for (size_t s = 0; s < inputSmScanState_->streams(); ++s) {
     inputSmScanState_->streamScanIs(s, false);
@@ -268,13 +267,13 @@ void TableSmBase::readinessCheck() {
   if (isReady != wasReady_ || isIdle != wasIdle_) {
     wasReady_ = isReady;
     wasIdle_ = isIdle;
-    QTRACE(trace(), 9, "{}: ready: {} idle: {}", smClass_, isReady, isIdle);
+    QTRACE(trace(), 9, "ready: {} idle: {}", isReady, isIdle);
     readinessChanges_.publish();
   }
 }
 
 void TableSmBase::doDeleteAll() {
-  QTRACE(trace(), 9, "{}: doDeleteAll", smClass_);
+  QTRACE(trace(), 9, "doDeleteAll");
   for (TopChildSm* child : children_) {
     child->doDeleteAll();
   }
@@ -286,9 +285,9 @@ bool OutputBase::inputsComplete() {
   if (!root_.initialized()) {
     return false;
   }
-  QTRACE(root_.trace(), 9, "{}: handle{}InputReady", root_.smClass(), name_);
+  QTRACE(root_.trace(), 9, "handle{}InputReady", name_);
   if (root_.outputState().outputReady(index_)) {
-    QTRACE(root_.trace(), 9, "{}:  already ready, not reconciling.", root_.smClass());
+    QTRACE(root_.trace(), 9, " already ready, not reconciling.");
     return false;
   }
   for (size_t s = 0; s < root_.inputSmScanState().streams(); ++s) {
@@ -300,7 +299,7 @@ bool OutputBase::inputsComplete() {
     root_.handleInitialScanDone();
     return false;
   }
-  QTRACE(root_.trace(), 9, "{}: Input scans for {} complete", root_.smClass(), name_);
+  QTRACE(root_.trace(), 9, "Input scans for {} complete", name_);
   return true;
 }
 

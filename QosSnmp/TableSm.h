@@ -164,6 +164,23 @@ class TopChildSm : public Rivo::Gen::InputStateMachine {
   Quill::Ptr<Dovo::Task> task_;
 };
 
+// A Sm's trace: every line it writes starts with the Sm's class ("PolicingProfileTableSm: ").
+class SmTrace {
+ public:
+  SmTrace(const Quill::TraceHandle& handle, const std::string& smClass) noexcept
+      : handle_(handle), smClass_(smClass) {}
+  bool enabled(int level) const noexcept { return handle_.enabled(level); }
+  template <typename... A>
+  void write(int level, fmt::format_string<A...> format, A&&... args) const {
+    handle_.emit(level, fmt::format("{}: {}", smClass_,
+                                    fmt::vformat(format, fmt::make_format_args(args...))));
+  }
+
+ private:
+  const Quill::TraceHandle& handle_;
+  const std::string& smClass_;
+};
+
 // The root of a table Sm.
 class TableSmBase : public Quill::Object {
  public:
@@ -171,7 +188,7 @@ class TableSmBase : public Quill::Object {
 
   const std::string& smClass() const noexcept { return smClass_; }
   const Rivo::SmControl& flumeControl() const noexcept { return flumeControl_; }
-  Quill::TraceHandle& trace() const noexcept { return *trace_; }
+  SmTrace trace() const noexcept { return {*trace_, smClass_}; }
   bool synchronous() const noexcept { return synchronous_; }
   bool initialScanDone() const noexcept { return initialScanDone_; }
   bool initialized() const noexcept { return initialized_; }

@@ -75,7 +75,7 @@ class CollScan : public Rivo::Gen::InputStateMachine {
     if (state_ == InputScanState::scanCompleteInitial && !root_.initialScanDone()) {
       return true;
     }
-    QTRACE(root_.trace(), 9, "{}: {}::doInputScan0", root_.smClass(), label_);
+    QTRACE(root_.trace(), 9, "{}::doInputScan0", label_);
     auto it = state_ == InputScanState::scanInProgress ? map_.resumeAt(*bookmark_) : map_.begin();
     size_t count = 0;
     while (it != map_.end()) {
@@ -84,8 +84,8 @@ class CollScan : public Rivo::Gen::InputStateMachine {
       handle(key);
       ++count;
       if (it != map_.end() && owner_.shouldYield()) {
-        QTRACE(root_.trace(), 8, "{}: {} {} yielding after {} iterations ({} total items)",
-               root_.smClass(), "", label_, count, map_.size());
+        QTRACE(root_.trace(), 8, "{} {} yielding after {} iterations ({} total items)", "", label_,
+               count, map_.size());
         state_ = InputScanState::scanInProgress;
         bookmark_ = it->first;
         version_ = collVersion(map_.header());
@@ -99,8 +99,7 @@ class CollScan : public Rivo::Gen::InputStateMachine {
     state_ = root_.initialScanDone() ? InputScanState::scanComplete
                                      : InputScanState::scanCompleteInitial;
     bookmark_.reset();
-    QTRACE(root_.trace(), 9, "{}: {} scan complete. Processed {} children. ", root_.smClass(), done,
-           count);
+    QTRACE(root_.trace(), 9, "{} scan complete. Processed {} children. ", done, count);
     return true;
   }
 
@@ -110,7 +109,7 @@ class CollScan : public Rivo::Gen::InputStateMachine {
     if (!hasNotificationActive()) {
       return;
     }
-    QTRACE(root_.trace(), 8, "{}: k: {}", root_.smClass(), key);
+    QTRACE(root_.trace(), 8, "k: {}", key);
     version_ = collVersion(map_.header());
     if (!root_.initialScanDone()) {
       return;  // the first scan pass only builds the children: events start with the second
@@ -131,7 +130,7 @@ class CollScan : public Rivo::Gen::InputStateMachine {
 
   // Withdraws every event delivered: "nothing" for every key the collection still holds.
   void doDeleteAll() {
-    QTRACE(root_.trace(), 9, "{}: {}::doDeleteAll", root_.smClass(), label_);
+    QTRACE(root_.trace(), 9, "{}::doDeleteAll", label_);
     if (!root_.initialScanDone()) {
       return;  // nothing was delivered yet
     }
@@ -196,7 +195,7 @@ class CollChildSm : public TopChildSm {
  protected:
   bool scanStream(size_t& handled) override {
     if (inputScanState() != InputScanState::scanComplete) {
-      QTRACE(root_.trace(), 9, "{}:  scan complete: {} resumed: {} scan: {}", root_.smClass(),
+      QTRACE(root_.trace(), 9, " scan complete: {} resumed: {} scan: {}",
              scan_->inputScanState() == InputScanState::scanComplete,
              scan_->inputScanState() == InputScanState::scanInProgress,
              static_cast<int>(scan_->inputScanState()));

@@ -91,7 +91,7 @@ class MibTableOutput : public OutputBase {
                                        [this] { handleInputReady(); });
     }
     reconciling_ = !table_.map().empty();
-    QTRACE(root_.trace(), 9, "{}: Reconciling {}: {}", root_.smClass(), name_, reconciling_);
+    QTRACE(root_.trace(), 9, "Reconciling {}: {}", name_, reconciling_);
   }
 
   void handleInputReady() override {
@@ -130,16 +130,16 @@ class MibTableOutput : public OutputBase {
         task_->taskWorkCountInc(processed);
         task_->scheduleTask();
         QTRACE(root_.trace(), 9,
-               "{}: Yielding in reconciliation processing after processing {} items, including "
+               "Yielding in reconciliation processing after processing {} items, including "
                "{} deletions .",
-               root_.smClass(), processed, deleted);
+               processed, deleted);
         return false;
       }
     }
     QTRACE(root_.trace(), 9,
-           "{}: Deletion scan for reconciliation is done, last task run processed {} items, "
+           "Deletion scan for reconciliation is done, last task run processed {} items, "
            "deleting {} items.",
-           root_.smClass(), processed, deleted);
+           processed, deleted);
     if (task_) {
       task_->taskWorkCountInc(processed);
       task_->cancel();
