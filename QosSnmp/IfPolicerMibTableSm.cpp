@@ -85,14 +85,14 @@ void IfPolicerStatsTableSm<D>::createLocalStores() {
 template <typename D>
 void IfPolicerStatsTableSm<D>::createChildren() {
   typename QosStatusSm::Decl decl{
-      D::qosStatusChild,
-      D::policingStatusChild,
-      0,
-      1,  // the ifPolicerStream
-      Qos::Status::policingStatusAttr,
-      [](const Qos::Status& s) { return s.policingStatus(); },
-      [](const Qos::PolicingStatus& s) -> const PolicerMap& { return D::collOf(s); },
-      D::coll,
+      .childClass = D::qosStatusChild,
+      .nestedClass = D::policingStatusChild,
+      .taskNumber = TaskNumber{0},
+      .stream = StreamIndex{1},  // the ifPolicerStream
+      .attr = Qos::Status::policingStatusAttr,
+      .nestedOf = [](const Qos::Status& s) { return s.policingStatus(); },
+      .collOf = [](const Qos::PolicingStatus& s) -> const PolicerMap& { return D::collOf(s); },
+      .collName = D::coll,
   };
   qosStatusSm_ = std::make_unique<QosStatusSm>(
       *this, qosStatus_, std::move(decl),
@@ -101,7 +101,7 @@ void IfPolicerStatsTableSm<D>::createChildren() {
       });
   childAdd(qosStatusSm_.get());
   ifMibSm_ = std::make_unique<IfMibSm>(
-      *this, ifMib_, D::ifMibChild, 1, 0,  // the ifMibStream
+      *this, ifMib_, D::ifMibChild, TaskNumber{1}, StreamIndex{0},  // the ifMibStream
       [](const IntfSnmp::IfMib& m) -> const IfIndexMap& { return m.ifIndexByIntfId(); },
       "ifIndexByIntfId",
       [this](Linko::IntfId intfId, const std::optional<U32>& ifIndex) {

@@ -34,14 +34,14 @@ void PolicingTableSm<D>::assertArgs() const {
 template <typename D>
 void PolicingTableSm<D>::createChildren() {
   typename QosStatusSm::Decl decl{
-      D::childClass,
-      D::nestedClass,
-      0,
-      0,
-      Qos::Status::policingStatusAttr,
-      [](const Qos::Status& s) { return s.policingStatus(); },
-      [](const Qos::PolicingStatus& s) -> const Map& { return D::collOf(s); },
-      D::coll,
+      .childClass = D::childClass,
+      .nestedClass = D::nestedClass,
+      .taskNumber = TaskNumber{0},
+      .stream = StreamIndex{0},
+      .attr = Qos::Status::policingStatusAttr,
+      .nestedOf = [](const Qos::Status& s) { return s.policingStatus(); },
+      .collOf = [](const Qos::PolicingStatus& s) -> const Map& { return D::collOf(s); },
+      .collName = D::coll,
   };
   qosStatusSm_ = std::make_unique<QosStatusSm>(
       *this, qosStatus_, std::move(decl),

@@ -63,9 +63,12 @@ void OutputState::handleReady() {
 
 // --- TopChildSm ---
 
-TopChildSm::TopChildSm(TableSmBase& root, std::string childClass, unsigned taskNumber,
-                       size_t stream)
-    : root_(root), childClass_(std::move(childClass)), taskNumber_(taskNumber), stream_(stream) {
+TopChildSm::TopChildSm(TableSmBase& root, std::string childClass, TaskNumber taskNumber,
+                       StreamIndex stream)
+    : root_(root),
+      childClass_(std::move(childClass)),
+      taskNumber_(taskNumber.value),
+      stream_(stream.value) {
   doInitializeTask();
 }
 

@@ -35,6 +35,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <fmt/format.h>
@@ -121,11 +122,25 @@ class OutputBase {
   friend class TableSmBase;
 };
 
+// A child's scan task number (N of "InputScanTask<N>") and the stream it feeds (its position in
+// the Sm's stream names): two numbers of their own types, so that a child declared with the two
+// swapped does not compile.
+struct TaskNumber {
+  unsigned value;
+};
+struct StreamIndex {
+  size_t value;
+};
+static_assert(!std::is_convertible_v<TaskNumber, StreamIndex> &&
+              !std::is_convertible_v<StreamIndex, TaskNumber> &&
+              !std::is_convertible_v<size_t, TaskNumber> &&
+              !std::is_convertible_v<size_t, StreamIndex>);
+
 // A top-level child Sm: watches one argument entity, owns the scan task of its stream.
 class TopChildSm : public Rivo::Gen::InputStateMachine {
  public:
-  // childClass: "QosStatusSm0"; taskNumber: N of "InputScanTask<N>"; stream: the stream it feeds.
-  TopChildSm(TableSmBase& root, std::string childClass, unsigned taskNumber, size_t stream);
+  // childClass: "QosStatusSm0".
+  TopChildSm(TableSmBase& root, std::string childClass, TaskNumber taskNumber, StreamIndex stream);
   ~TopChildSm() override;
 
   const std::string& childClass() const noexcept { return childClass_; }

@@ -173,7 +173,7 @@ class CollChildSm : public TopChildSm {
   using CollOf = const Map& (*)(const Entity&);
 
   CollChildSm(TableSmBase& root, Quill::Ptr<Entity const> entity, std::string childClass,
-              unsigned taskNumber, size_t stream, CollOf collOf, std::string collName,
+              TaskNumber taskNumber, StreamIndex stream, CollOf collOf, std::string collName,
               Deliver deliver)
       : TopChildSm(root, childClass, taskNumber, stream), entity_(std::move(entity)) {
     QUILL_ASSERT(entity_ &&
@@ -220,8 +220,8 @@ class AttrChildSm : public TopChildSm {
   struct Decl {
     std::string childClass;   // "QosStatusSm0"
     std::string nestedClass;  // "PolicingStatusSm1"
-    unsigned taskNumber;
-    size_t stream;
+    TaskNumber taskNumber;
+    StreamIndex stream;
     U32 attr;           // the attribute id of the nested entity
     NestedOf nestedOf;  // reads the attribute
     CollOf collOf;      // the nested entity's watched collection
