@@ -71,10 +71,10 @@ IfPolicerStatsTableSm<D>::~IfPolicerStatsTableSm() = default;
 
 template <typename D>
 void IfPolicerStatsTableSm<D>::assertArgs() const {
-  QUILL_ASSERT(ifPolicerMib() && "Pointer SM args cannot be null unless they are marked Optional");
-  QUILL_ASSERT(qosStatus() && "Pointer SM args cannot be null unless they are marked Optional");
-  QUILL_ASSERT(aclHwStatus() && "Pointer SM args cannot be null unless they are marked Optional");
-  QUILL_ASSERT(ifMib() && "Pointer SM args cannot be null unless they are marked Optional");
+  QOSSNMP_ASSERT_SM_ARG(ifPolicerMib());
+  QOSSNMP_ASSERT_SM_ARG(qosStatus());
+  QOSSNMP_ASSERT_SM_ARG(aclHwStatus());
+  QOSSNMP_ASSERT_SM_ARG(ifMib());
 }
 
 template <typename D>

@@ -27,8 +27,8 @@ PolicingTableSm<D>::~PolicingTableSm() = default;
 
 template <typename D>
 void PolicingTableSm<D>::assertArgs() const {
-  QUILL_ASSERT(policingMib() && "Pointer SM args cannot be null unless they are marked Optional");
-  QUILL_ASSERT(qosStatus() && "Pointer SM args cannot be null unless they are marked Optional");
+  QOSSNMP_ASSERT_SM_ARG(policingMib());
+  QOSSNMP_ASSERT_SM_ARG(qosStatus());
 }
 
 template <typename D>

@@ -42,6 +42,7 @@
 
 #include "Dovo/Task.h"
 #include "Dovo/TaskScheduler.h"
+#include "Quill/Assert.h"
 #include "Quill/Object.h"
 #include "Quill/Ptr.h"
 #include "Quill/Publisher.h"
@@ -121,6 +122,11 @@ class OutputBase {
   size_t index_ = 0;  // position in the root's outputs
   friend class TableSmBase;
 };
+
+// Asserts that a Sm's pointer argument `arg` (an accessor call) is set: no argument of a table Sm
+// is optional.
+#define QOSSNMP_ASSERT_SM_ARG(arg) \
+  QUILL_ASSERT(arg && "Pointer SM args cannot be null unless they are marked Optional")
 
 // A child's scan task number (N of "InputScanTask<N>") and the stream it feeds (its position in
 // the Sm's stream names): two numbers of their own types, so that a child declared with the two
