@@ -3,13 +3,18 @@
 // the same way (SnmpTableRegistration).
 #pragma once
 
+#include <string_view>
+
 #include "QosSnmp/SnmpTable.h"
 #include "QosSnmp/SnmpTableRegistration.h"
 
 // Declares the named net-snmp callbacks of table `table` described by `Desc`, registered in
-// module object `module`: <table>_entry and the iterator callbacks in an anonymous namespace,
-// and the exported <table>_handler and initialize_table_<table>.
+// module object `module` (`table` must be the description's name, or this does not compile):
+// <table>_entry and the iterator callbacks in an anonymous namespace, and the exported
+// <table>_handler and initialize_table_<table>.
 #define QOSSNMP_TABLE_CALLBACKS(table, Desc, module)                                               \
+  static_assert(std::string_view(Desc::name) == #table,                                            \
+                "a table's exported callbacks are named after its description");                   \
   namespace {                                                                                      \
   using table##_entry [[maybe_unused]] = ::QosSnmp::TableContext<Desc>;                            \
   netsnmp_variable_list* table##_get_first_data_point(void** l, void** d,                          \

@@ -13,31 +13,4 @@ QosSnmp::SnmpModule veloraIfPolicerMib(
 
 }  // namespace
 
-QOSSNMP_TABLE_CALLBACKS(veloraIfPolicerInStatsTable,
-                        QosSnmp::IfPolicerMibTables::IfPolicerInStatsTable, veloraIfPolicerMib)
-QOSSNMP_TABLE_CALLBACKS(veloraIfPolicerOutStatsTable,
-                        QosSnmp::IfPolicerMibTables::IfPolicerOutStatsTable, veloraIfPolicerMib)
-
-const QosSnmp::SnmpModule& QosSnmp::veloraIfPolicerMibModule() {
-  return veloraIfPolicerMib;
-}
-
-void init_veloraIfPolicerMib(Quill::String context) {
-  auto config = Snmp::CordbUtil::getSnmpConfig();
-  veloraIfPolicerMib.logInit(__func__, __FILE__, __LINE__, context);
-  initialize_table_veloraIfPolicerInStatsTable(config, context);
-  initialize_table_veloraIfPolicerOutStatsTable(config, context);
-  Snmp::registerMibContext(context, "veloraIfPolicerMib");
-}
-
-void unregister_veloraIfPolicerMib(Quill::String context) {
-  veloraIfPolicerMib.unregister(context);
-}
-
-namespace {
-
-class veloraIfPolicerMib_HandlerRegistration final
-    : public QosSnmp::ModuleRegistration<init_veloraIfPolicerMib, unregister_veloraIfPolicerMib> {};
-veloraIfPolicerMib_HandlerRegistration veloraIfPolicerMib_registration;
-
-}  // namespace
+QOSSNMP_MODULE_DEFINITIONS(veloraIfPolicerMib, VELORA_IF_POLICER_MIB_TABLES)

@@ -7,33 +7,11 @@
 // removes all of it. The model is the QosSnmp::IfPolicerMib entity at "snmp/qos/ifPolicerMib".
 #pragma once
 
-#include <net-snmp/net-snmp-config.h>
-#include <net-snmp/net-snmp-includes.h>
-#include <net-snmp/agent/net-snmp-agent-includes.h>
+#include "QosSnmp/SnmpModuleExports.h"
 
-#include "Quill/Ptr.h"
-#include "Quill/String.h"
-#include "Snmp/CordbUtil.h"
+// The module's tables, each with its description.
+#define VELORA_IF_POLICER_MIB_TABLES(X, module)                                              \
+  X(module, veloraIfPolicerInStatsTable, QosSnmp::IfPolicerMibTables::IfPolicerInStatsTable) \
+  X(module, veloraIfPolicerOutStatsTable, QosSnmp::IfPolicerMibTables::IfPolicerOutStatsTable)
 
-namespace QosSnmp {
-class SnmpModule;
-// The module's registration bookkeeping (for inspection by tests).
-const SnmpModule& veloraIfPolicerMibModule();
-}  // namespace QosSnmp
-
-void init_veloraIfPolicerMib(Quill::String context);
-void unregister_veloraIfPolicerMib(Quill::String context);
-
-void initialize_table_veloraIfPolicerInStatsTable(Quill::Ptr<Snmp::Config const> config,
-                                                  Quill::String context);
-int veloraIfPolicerInStatsTable_handler(netsnmp_mib_handler* handler,
-                                        netsnmp_handler_registration* reginfo,
-                                        netsnmp_agent_request_info* reqinfo,
-                                        netsnmp_request_info* requests);
-
-void initialize_table_veloraIfPolicerOutStatsTable(Quill::Ptr<Snmp::Config const> config,
-                                                   Quill::String context);
-int veloraIfPolicerOutStatsTable_handler(netsnmp_mib_handler* handler,
-                                         netsnmp_handler_registration* reginfo,
-                                         netsnmp_agent_request_info* reqinfo,
-                                         netsnmp_request_info* requests);
+QOSSNMP_MODULE_DECLARATIONS(veloraIfPolicerMib, VELORA_IF_POLICER_MIB_TABLES)

@@ -13,31 +13,4 @@ QosSnmp::SnmpModule veloraPolicingMib(
 
 }  // namespace
 
-QOSSNMP_TABLE_CALLBACKS(veloraPolicingProfileTable,
-                        QosSnmp::PolicingMibTables::PolicingProfileTable, veloraPolicingMib)
-QOSSNMP_TABLE_CALLBACKS(veloraPolicerInstanceTable,
-                        QosSnmp::PolicingMibTables::PolicerInstanceTable, veloraPolicingMib)
-
-const QosSnmp::SnmpModule& QosSnmp::veloraPolicingMibModule() {
-  return veloraPolicingMib;
-}
-
-void init_veloraPolicingMib(Quill::String context) {
-  auto config = Snmp::CordbUtil::getSnmpConfig();
-  veloraPolicingMib.logInit(__func__, __FILE__, __LINE__, context);
-  initialize_table_veloraPolicingProfileTable(config, context);
-  initialize_table_veloraPolicerInstanceTable(config, context);
-  Snmp::registerMibContext(context, "veloraPolicingMib");
-}
-
-void unregister_veloraPolicingMib(Quill::String context) {
-  veloraPolicingMib.unregister(context);
-}
-
-namespace {
-
-class veloraPolicingMib_HandlerRegistration final
-    : public QosSnmp::ModuleRegistration<init_veloraPolicingMib, unregister_veloraPolicingMib> {};
-veloraPolicingMib_HandlerRegistration veloraPolicingMib_registration;
-
-}  // namespace
+QOSSNMP_MODULE_DEFINITIONS(veloraPolicingMib, VELORA_POLICING_MIB_TABLES)
