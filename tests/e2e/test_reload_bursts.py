@@ -34,8 +34,12 @@ def test_walks_during_reload_bursts_see_every_stable_row_and_the_last_file_wins(
     def burst() -> None:
         for step in range(1, BURST_STEPS + 1):
             if step == failed_parse:
-                # A file that does not parse, read for sure before the burst goes on.
-                agent.state_path.write_text('{"classMaps": [{"id": ')
+                # A file that does not parse, read for sure before the burst goes on. It is
+                # moved into place whole, like every file of the burst: a read still under way
+                # must not see it half written.
+                bad = agent.state_path.with_suffix(".bad")
+                bad.write_text('{"classMaps": [{"id": ')
+                os.replace(bad, agent.state_path)
                 os.kill(agent.process.pid, signal.SIGHUP)
                 deadline = time.monotonic() + 20
                 while "reload of" not in agent.output():
