@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
 #include <chrono>
 #include <filesystem>
@@ -43,6 +44,19 @@ class StateLoaderTest : public ::testing::Test {
       if (!(stat >> comm >> comm >> state) || state == 'Z' || state == 'X') {
         return;
       }
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  }
+  // Waits until `pid` is inside openat(2): blocked opening a FIFO that no one writes.
+  static void WaitUntilOpening(pid_t pid) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    for (;;) {
+      long call = -1;
+      std::ifstream("/proc/" + std::to_string(pid) + "/syscall") >> call;
+      if (call == SYS_openat) {
+        return;
+      }
+      ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "the reader never opened the file";
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
   }
@@ -112,7 +126,7 @@ TEST_F(StateLoaderTest, AReaderThatEndsIsReplacedAndItsFirstResultIsWhole) {
   ASSERT_EQ(mkfifo(path_.c_str(), 0600), 0);
   loader.request();
   const pid_t second = loader.readerPid();
-  std::this_thread::sleep_for(std::chrono::milliseconds(200));  // it opens the FIFO
+  WaitUntilOpening(second);
   Kill(second);
   auto ended = Next(loader);
   EXPECT_FALSE(ended.edits);

@@ -93,6 +93,18 @@ def reader_pid(agent_pid: int) -> int | None:
     return None
 
 
+# openat(2)'s number, by machine.
+OPENAT = {"x86_64": 257, "aarch64": 56}
+
+
+def wait_until_opening(pid: int) -> None:
+    """Waits until process `pid` is inside openat(2) (blocked opening a FIFO, say)."""
+    deadline = time.monotonic() + 20
+    while open(f"/proc/{pid}/syscall").read().split()[0] != str(OPENAT[os.uname().machine]):
+        assert time.monotonic() < deadline, "the reader never opened the file"
+        time.sleep(0.01)
+
+
 def test_the_agent_outlives_its_state_reader(start_agent):
     target = class_map_target()
     agent = start_agent(state_text=json.dumps(target.state(0)))
@@ -119,8 +131,9 @@ def test_the_agent_outlives_its_state_reader(start_agent):
     agent.state_path.unlink()
     os.mkfifo(agent.state_path)
     os.kill(agent.process.pid, signal.SIGHUP)
-    time.sleep(0.3)
-    os.kill(reader_pid(agent.process.pid), signal.SIGKILL)
+    reader = reader_pid(agent.process.pid)
+    wait_until_opening(reader)
+    os.kill(reader, signal.SIGKILL)
     deadline = time.monotonic() + 20
     while "the state reader ended (killed by signal 9" not in agent.output():
         assert time.monotonic() < deadline, agent.output()[-2000:]
