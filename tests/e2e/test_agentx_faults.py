@@ -47,40 +47,35 @@ def master(tmp_path):
         yield m
 
 
-def wait_for_complete_walk(master: SnmpdMaster, within: float, sub) -> float:
-    """Walks the class map table through the master until a walk returns every row; returns
-    the seconds that took. Fails after `within` seconds."""
-    tool = NetSnmp(master.endpoint)
+def wait_until_answered(ask, expected, interval: float, within: float, what: str, sub) -> float:
+    """Asks `ask()` through the master every `interval` seconds until it returns `expected`;
+    returns the seconds that took. Fails after `within` seconds, saying `what` did not happen."""
     start = time.monotonic()
     last = None
     while time.monotonic() - start < within:
         try:
-            last = tool.bulkwalk(CLASS_MAP_TABLE, "-Cr20")
-            if last == EXPECTED:
+            last = ask()
+            if last == expected:
                 return time.monotonic() - start
         except SnmpError as e:
             last = e
-        time.sleep(0.2)
-    raise AssertionError(f"no complete walk through snmpd within {within} s; last: "
+        time.sleep(interval)
+    raise AssertionError(f"{what} within {within} s; last: "
                          f"{str(last)[:300]}\nqossnmpd said:\n{sub.output()[-2000:]}")
+
+
+def wait_for_complete_walk(master: SnmpdMaster, within: float, sub) -> float:
+    """Walks the class map table through the master until a walk returns every row."""
+    tool = NetSnmp(master.endpoint)
+    return wait_until_answered(lambda: tool.bulkwalk(CLASS_MAP_TABLE, "-Cr20"), EXPECTED, 0.2,
+                               within, "no complete walk through snmpd", sub)
 
 
 def wait_for_first_row(master: SnmpdMaster, within: float, sub) -> float:
-    """GETs the class map table's first cell through the master until the sub-agent answers
-    it; returns the seconds that took. Fails after `within` seconds."""
+    """GETs the class map table's first cell through the master until the sub-agent answers."""
     tool = NetSnmp(master.endpoint)
-    start = time.monotonic()
-    last = None
-    while time.monotonic() - start < within:
-        try:
-            last = tool.get(EXPECTED[0].oid)
-            if last == [EXPECTED[0]]:
-                return time.monotonic() - start
-        except SnmpError as e:
-            last = e
-        time.sleep(0.1)
-    raise AssertionError(f"the sub-agent not back in snmpd within {within} s; last: "
-                         f"{str(last)[:300]}\nqossnmpd said:\n{sub.output()[-2000:]}")
+    return wait_until_answered(lambda: tool.get(EXPECTED[0].oid), [EXPECTED[0]], 0.1, within,
+                               "the sub-agent not back in snmpd", sub)
 
 
 class Walker(threading.Thread):
