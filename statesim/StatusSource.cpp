@@ -1,7 +1,6 @@
 #include "StatusSource.h"
 
 #include <algorithm>
-#include <optional>
 #include <utility>
 
 #include "Quill/Assert.h"
@@ -105,15 +104,15 @@ bool StatusSource::applyStep(Pending& p, size_t step) {
   }
   step -= 1;
   // The QoS MIB's three writers, one step each, then the LAG counter flag.
-  if (step < 4) {
-    if (step < 3 && d.qosMibChanged) {
-      qosMibIs(state_, step);
-    } else if (step == 3 && d.lagCountersChanged) {
+  if (step <= qosMibWriters) {
+    if (step < qosMibWriters && d.qosMibChanged) {
+      qosMibWriterIs(step, state_);
+    } else if (step == qosMibWriters && d.lagCountersChanged) {
       policing_.lagCountersIs(state_.hardware.interfacePolicingCountersPerLagMemberCounterInfo);
     }
     return true;
   }
-  step -= 4;
+  step -= qosMibWriters + 1;
   // The keys, in this order: policers before the ifIndex map, so that an interface that goes
   // with its policers loses its rows while its ifIndex still names them. Each key's entry is
   // moved into the state in force as it is applied.
@@ -159,16 +158,23 @@ bool StatusSource::applyStep(Pending& p, size_t step) {
   return false;
 }
 
-void StatusSource::qosMibIs(const State& state, std::optional<size_t> writer) {
+void StatusSource::qosMibIs(const State& state) {
+  for (size_t writer = 0; writer < qosMibWriters; ++writer) {
+    qosMibWriterIs(writer, state);
+  }
+}
+
+void StatusSource::qosMibWriterIs(size_t writer, const State& state) {
   // Statistics first: the action rows of control-plane policy maps read their hardware status.
-  if (!writer || *writer == 0) {
-    stats_.stateIs(state, *qosMib_);
-  }
-  if (!writer || *writer == 1) {
-    config_.stateIs(state, stats_, *qosMib_);
-  }
-  if (!writer || *writer == 2) {
-    ecn_.stateIs(state, *qosMib_);
+  switch (writer) {
+    case 0:
+      stats_.stateIs(state, *qosMib_);
+      break;
+    case 1:
+      config_.stateIs(state, stats_, *qosMib_);
+      break;
+    default:
+      ecn_.stateIs(state, *qosMib_);
   }
 }
 

@@ -42,7 +42,6 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "ConfigWriter.h"
@@ -118,9 +117,12 @@ class StatusSource {
   };
   // Applies step `step` of `p`; false when there is none.
   bool applyStep(Pending& p, size_t step);
-  // Applies the QoS MIB part of `state`: statistics, configuration and ECN, or only the
-  // `writer`th of them.
-  void qosMibIs(const State& state, std::optional<size_t> writer = std::nullopt);
+  // The QoS MIB's writers: statistics, configuration and ECN, in this order.
+  static constexpr size_t qosMibWriters = 3;
+  // Applies the QoS MIB part of `state`: each writer in turn.
+  void qosMibIs(const State& state);
+  // Applies `state` through the `writer`th of them.
+  void qosMibWriterIs(size_t writer, const State& state);
 
   State state_;
   bool given_ = false;  // edits were given: the next state is not the first
