@@ -44,32 +44,29 @@ void LocalAttrStore::intfToPolicingStatsCollDel(Linko::IntfId intfId) {
 
 // --- IfPolicerStatsTableSm ---
 
-template <typename D>
+template <const IfPolicerPipeline& D>
 IfPolicerStatsTableSm<D>::IfPolicerStatsTableSm(Quill::Ptr<IfPolicerMib> ifPolicerMib,
                                                 Quill::Ptr<Qos::Status const> qosStatus,
                                                 Quill::Ptr<Qos::AclHwStatus const> aclHwStatus,
                                                 Quill::Ptr<IntfSnmp::IfMib const> ifMib,
                                                 const Rivo::SmControl& flumeControl)
-    : TableSmBase(D::smClass, "IfPolicerMibTableSm", flumeControl,
+    : TableSmBase(D.smClass, "IfPolicerMibTableSm", flumeControl,
                   {"ifMibStream", "ifPolicerStream"}),
       ifPolicerMib_(std::move(ifPolicerMib)),
       qosStatus_(std::move(qosStatus)),
       aclHwStatus_(std::move(aclHwStatus)),
       ifMib_(std::move(ifMib)),
       storeOutput_(*this, storeOutputName) {
-  outputAdd(storeOutput_);
   if (ifPolicerMib_) {
-    tableOutput_ =
-        std::make_unique<MibTableOutput<Table>>(*this, D::output, D::tableOf(*ifPolicerMib_));
-    outputAdd(*tableOutput_);
+    tableOutput_.emplace(*this, D.output, ((*ifPolicerMib_).*D.into)());
   }
   handleInitialized();
 }
 
-template <typename D>
+template <const IfPolicerPipeline& D>
 IfPolicerStatsTableSm<D>::~IfPolicerStatsTableSm() = default;
 
-template <typename D>
+template <const IfPolicerPipeline& D>
 void IfPolicerStatsTableSm<D>::assertArgs() const {
   QOSSNMP_ASSERT_SM_ARG(ifPolicerMib());
   QOSSNMP_ASSERT_SM_ARG(qosStatus());
@@ -77,46 +74,28 @@ void IfPolicerStatsTableSm<D>::assertArgs() const {
   QOSSNMP_ASSERT_SM_ARG(ifMib());
 }
 
-template <typename D>
+template <const IfPolicerPipeline& D>
 void IfPolicerStatsTableSm<D>::createLocalStores() {
   store_.intfToPolicingStatsCollDelAll();
 }
 
-template <typename D>
+template <const IfPolicerPipeline& D>
 void IfPolicerStatsTableSm<D>::createChildren() {
-  typename QosStatusSm::Decl decl{
-      .childClass = D::qosStatusChild,
-      .nestedClass = D::policingStatusChild,
-      .taskNumber = TaskNumber{0},
-      .stream = StreamIndex{1},  // the ifPolicerStream
-      .attr = Qos::Status::policingStatusAttr,
-      .nestedOf = [](const Qos::Status& s) { return s.policingStatus(); },
-      .collOf = [](const Qos::PolicingStatus& s) -> const PolicerMap& { return D::collOf(s); },
-      .collName = D::coll,
-  };
   qosStatusSm_ = std::make_unique<QosStatusSm>(
-      *this, qosStatus_, std::move(decl),
-      [this](const Qos::IntfPairKey& key, const std::optional<StatusPtr>& status) {
-        eventToIfPolicerStream(key, status);
-      });
-  childAdd(qosStatusSm_.get());
+      *this, qosStatus_, D.from.childDecl(),
+      [this](const auto& key, const auto& status) { eventToIfPolicerStream(key, status); });
   ifMibSm_ = std::make_unique<IfMibSm>(
-      *this, ifMib_, D::ifMibChild, TaskNumber{1}, StreamIndex{0},  // the ifMibStream
-      [](const IntfSnmp::IfMib& m) -> const IfIndexMap& { return m.ifIndexByIntfId(); },
-      "ifIndexByIntfId",
-      [this](Linko::IntfId intfId, const std::optional<U32>& ifIndex) {
-        eventToIfMibStream(intfId, ifIndex);
-      });
-  childAdd(ifMibSm_.get());
+      *this, ifMib_, D.join,
+      [this](const auto& intfId, const auto& ifIndex) { eventToIfMibStream(intfId, ifIndex); });
 }
 
-template <typename D>
+template <const IfPolicerPipeline& D>
 void IfPolicerStatsTableSm<D>::eventToIfPolicerStream(
     const Qos::IntfPairKey& intfPairKey, const std::optional<StatusPtr>& intfPolicerInfoStatusOpt) {
   QTRACE(trace(), 7,
          "ifPolicerStream = from( qosStatus.policingStatus.{}[] ): intfPairKey={} "
          "intfPolicerInfoStatusOpt={}",
-         D::coll, intfPairKey, intfPolicerInfoStatusOpt);
+         D.from.coll, intfPairKey, intfPolicerInfoStatusOpt);
   const Linko::IntfId intfId = intfPairKey.intfId;
   const Linko::IntfId memId = intfPairKey.memberId;
   if (!intfPolicerInfoStatusOpt) {
@@ -141,7 +120,7 @@ void IfPolicerStatsTableSm<D>::eventToIfPolicerStream(
   intoTable(*ifIndex, intfId);
 }
 
-template <typename D>
+template <const IfPolicerPipeline& D>
 void IfPolicerStatsTableSm<D>::eventToIfMibStream(Linko::IntfId intfId,
                                                   const std::optional<U32>& ifIndexOpt) {
   QTRACE(trace(), 7, "ifMibStream = from( ifMib.ifIndexByIntfId[] ): intfId={} ifIndexOpt={}",
@@ -154,41 +133,23 @@ void IfPolicerStatsTableSm<D>::eventToIfMibStream(Linko::IntfId intfId,
   intoTable(*ifIndexOpt, intfId);
 }
 
-template <typename D>
+template <const IfPolicerPipeline& D>
 void IfPolicerStatsTableSm<D>::intoTable(U32 ifIndex, Linko::IntfId intfId) {
   auto coll = store_.intfToPolicingStatsColl(intfId);
   if (!coll) {
-    QTRACE(trace(), 7, "into( ifPolicerMib.{}[ ( *ifIndexOpt ) ] ): deleting k1={}", D::table,
+    QTRACE(trace(), 7, "into( ifPolicerMib.{}[ ( *ifIndexOpt ) ] ): deleting k1={}", D.table,
            ifIndex);
     tableOutput_->rowDel(ifIndex);
     return;
   }
   QTRACE(trace(), 7, "into( ifPolicerMib.{}[ ( *ifIndexOpt ) ] ): inserting k1={}, value={}",
-         D::table, ifIndex, fmt::format("({}, {}, {})", ifIndex, collText(coll), aclHwStatus_));
+         D.table, ifIndex, fmt::format("({}, {}, {})", ifIndex, collText(coll), aclHwStatus_));
   tableOutput_->rowIs(ifIndex, coll, aclHwStatus_);
 }
 
-template class IfPolicerStatsTableSm<IfPolicerInDecl>;
-template class IfPolicerStatsTableSm<IfPolicerOutDecl>;
+template class IfPolicerStatsTableSm<ifPolicerInPipeline>;
+template class IfPolicerStatsTableSm<ifPolicerOutPipeline>;
 
 }  // namespace Flume
-
-Quill::Ptr<IfPolicerInStatsTableSm> ifPolicerInStatsTableSmFactory(
-    Quill::Ptr<IfPolicerMib> ifPolicerMib, Quill::Ptr<Qos::Status const> qosStatus,
-    Quill::Ptr<Qos::AclHwStatus const> aclHwStatus, Quill::Ptr<IntfSnmp::IfMib const> ifMib,
-    const Rivo::SmControl& flumeControl) {
-  return Quill::make<IfPolicerInStatsTableSm>(std::move(ifPolicerMib), std::move(qosStatus),
-                                              std::move(aclHwStatus), std::move(ifMib),
-                                              flumeControl);
-}
-
-Quill::Ptr<IfPolicerOutStatsTableSm> ifPolicerOutStatsTableSmFactory(
-    Quill::Ptr<IfPolicerMib> ifPolicerMib, Quill::Ptr<Qos::Status const> qosStatus,
-    Quill::Ptr<Qos::AclHwStatus const> aclHwStatus, Quill::Ptr<IntfSnmp::IfMib const> ifMib,
-    const Rivo::SmControl& flumeControl) {
-  return Quill::make<IfPolicerOutStatsTableSm>(std::move(ifPolicerMib), std::move(qosStatus),
-                                               std::move(aclHwStatus), std::move(ifMib),
-                                               flumeControl);
-}
 
 }  // namespace QosSnmp

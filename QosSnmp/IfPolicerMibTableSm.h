@@ -20,12 +20,13 @@
 // The agent-side owner creates them through the exported factories; the plug-in never does.
 #pragma once
 
+#include <optional>
 #include <unordered_map>
 
 #include "IntfSnmp/IfMib.h"
 #include "QosSnmp/IfPolicerMib.h"
 #include "QosSnmp/TableSm.h"
-#include "QosSnmp/TableSmInputs.h"
+#include "QosSnmp/PolicingStatusInput.h"
 #include "QosSnmp/TableSmOutputs.h"
 #include "Qos/AclHwStatus.h"
 #include "Qos/PolicingStatus.h"
@@ -35,29 +36,57 @@ namespace QosSnmp {
 
 namespace Flume {
 
-// What tells the ingress and egress pipelines apart.
-struct IfPolicerInDecl {
-  static constexpr const char* smClass = "IfPolicerInStatsTableSm";
-  static constexpr const char* coll = "intfPolicer";
-  static constexpr const char* table = "ifPolicerInStatsTable";
-  static constexpr const char* output = "ifPolicerMibIfPolicerInStatsTableOutput";
-  static constexpr const char* qosStatusChild = "QosStatusSm0";
-  static constexpr const char* policingStatusChild = "PolicingStatusSm1";
-  static constexpr const char* ifMibChild = "IfMibSm2";
-  static const auto& collOf(const Qos::PolicingStatus& s) { return s.intfPolicer(); }
-  static auto& tableOf(IfPolicerMib& mib) { return mib.ifPolicerInStatsTableColl(); }
+// The declaration of an interface policer pipeline: its two inputs and its output table.
+struct IfPolicerPipeline {
+  using PolicerMap = Qos::PolicingStatus::IntfPolicerColl;
+  using IfMibInput = CollChildSm<IntfSnmp::IfMib, IntfSnmp::IfMib::IfIndexByIntfIdColl>::Decl;
+
+  const char* smClass;                   // "IfPolicerInStatsTableSm"
+  PolicingStatusInput<PolicerMap> from;  // the ifPolicerStream
+  IfMibInput join;                       // the ifMibStream, joined on the interface
+  MibTable<IfPolicerStatsTableEntry>& (IfPolicerMib::*into)() noexcept;  // the output table
+  const char* table;                                                     // "ifPolicerInStatsTable"
+  const char* output;  // "ifPolicerMibIfPolicerInStatsTableOutput"
 };
 
-struct IfPolicerOutDecl {
-  static constexpr const char* smClass = "IfPolicerOutStatsTableSm";
-  static constexpr const char* coll = "intfPolicerOutput";
-  static constexpr const char* table = "ifPolicerOutStatsTable";
-  static constexpr const char* output = "ifPolicerMibIfPolicerOutStatsTableOutput";
-  static constexpr const char* qosStatusChild = "QosStatusSm3";
-  static constexpr const char* policingStatusChild = "PolicingStatusSm4";
-  static constexpr const char* ifMibChild = "IfMibSm5";
-  static const auto& collOf(const Qos::PolicingStatus& s) { return s.intfPolicerOutput(); }
-  static auto& tableOf(IfPolicerMib& mib) { return mib.ifPolicerOutStatsTableColl(); }
+// The streams of every interface policer pipeline, in this order.
+inline constexpr StreamIndex ifMibStream{0};
+inline constexpr StreamIndex ifPolicerStream{1};
+
+inline constexpr IfPolicerPipeline ifPolicerInPipeline{
+    .smClass = "IfPolicerInStatsTableSm",
+    .from = {.childClass = "QosStatusSm0",
+             .nestedClass = "PolicingStatusSm1",
+             .taskNumber = TaskNumber{0},
+             .stream = ifPolicerStream,
+             .collOf = &Qos::PolicingStatus::intfPolicer,
+             .coll = "intfPolicer"},
+    .join = {.childClass = "IfMibSm2",
+             .taskNumber = TaskNumber{1},
+             .stream = ifMibStream,
+             .collOf = &IntfSnmp::IfMib::ifIndexByIntfId,
+             .collName = "ifIndexByIntfId"},
+    .into = &IfPolicerMib::ifPolicerInStatsTableColl,
+    .table = "ifPolicerInStatsTable",
+    .output = "ifPolicerMibIfPolicerInStatsTableOutput",
+};
+
+inline constexpr IfPolicerPipeline ifPolicerOutPipeline{
+    .smClass = "IfPolicerOutStatsTableSm",
+    .from = {.childClass = "QosStatusSm3",
+             .nestedClass = "PolicingStatusSm4",
+             .taskNumber = TaskNumber{0},
+             .stream = ifPolicerStream,
+             .collOf = &Qos::PolicingStatus::intfPolicerOutput,
+             .coll = "intfPolicerOutput"},
+    .join = {.childClass = "IfMibSm5",
+             .taskNumber = TaskNumber{1},
+             .stream = ifMibStream,
+             .collOf = &IntfSnmp::IfMib::ifIndexByIntfId,
+             .collName = "ifIndexByIntfId"},
+    .into = &IfPolicerMib::ifPolicerOutStatsTableColl,
+    .table = "ifPolicerOutStatsTable",
+    .output = "ifPolicerMibIfPolicerOutStatsTableOutput",
 };
 
 // The Sm's private store: per interface, the collection of its members' policer status. A
@@ -79,15 +108,18 @@ class LocalAttrStore {
   std::unordered_map<Linko::IntfId, Quill::Ptr<IntfPolicerInfoStatusColl>, Hash> records_;
 };
 
-template <typename D>
+// The table Sm of the pipeline declared by D.
+template <const IfPolicerPipeline& D>
 class IfPolicerStatsTableSm : public TableSmBase {
  public:
-  using PolicerMap =
-      std::remove_cvref_t<decltype(D::collOf(std::declval<const Qos::PolicingStatus&>()))>;
-  using IfIndexMap = IntfSnmp::IfMib::IfIndexByIntfIdColl;
+  using PolicerMap = IfPolicerPipeline::PolicerMap;
   using Table = MibTable<IfPolicerStatsTableEntry>;
-  using QosStatusSm = AttrChildSm<Qos::Status, Qos::PolicingStatus, PolicerMap>;
-  using IfMibSm = CollChildSm<IntfSnmp::IfMib, IfIndexMap>;
+  using QosStatusSm = QosStatusChildSm<PolicerMap>;
+  using IfMibSm = CollChildSm<IntfSnmp::IfMib, IntfSnmp::IfMib::IfIndexByIntfIdColl>;
+  static_assert(D.from.stream.value == ifPolicerStream.value &&
+                    D.join.stream.value == ifMibStream.value,
+                "each input feeds its own stream");
+  static_assert(D.from.taskNumber.value != D.join.taskNumber.value, "one scan task per input");
   using StatusPtr = Quill::Ptr<Qos::IntfPolicerInfoStatus const>;
 
   IfPolicerStatsTableSm(Quill::Ptr<IfPolicerMib> ifPolicerMib,
@@ -126,20 +158,21 @@ class IfPolicerStatsTableSm : public TableSmBase {
   Quill::Ptr<IntfSnmp::IfMib const> ifMib_;
   LocalAttrStore store_;
   StoreOutput storeOutput_;
-  std::unique_ptr<MibTableOutput<Table>> tableOutput_;
+  std::optional<MibTableOutput<Table>> tableOutput_;
   std::unique_ptr<QosStatusSm> qosStatusSm_;
   std::unique_ptr<IfMibSm> ifMibSm_;
 };
 
 }  // namespace Flume
 
-class IfPolicerInStatsTableSm : public Flume::IfPolicerStatsTableSm<Flume::IfPolicerInDecl> {
+class IfPolicerInStatsTableSm : public Flume::IfPolicerStatsTableSm<Flume::ifPolicerInPipeline> {
   using IfPolicerStatsTableSm::IfPolicerStatsTableSm;
 };
-class IfPolicerOutStatsTableSm : public Flume::IfPolicerStatsTableSm<Flume::IfPolicerOutDecl> {
+class IfPolicerOutStatsTableSm : public Flume::IfPolicerStatsTableSm<Flume::ifPolicerOutPipeline> {
   using IfPolicerStatsTableSm::IfPolicerStatsTableSm;
 };
 
+// The platform's names of the children and output keys.
 namespace FlumeCode::IfPolicerInStatsTableSm {
 using QosStatusSm0 = ::QosSnmp::IfPolicerInStatsTableSm::QosStatusSm;
 using PolicingStatusSm1 = Flume::CollScan<::QosSnmp::IfPolicerInStatsTableSm::PolicerMap>;
@@ -153,13 +186,8 @@ using IfMibSm5 = ::QosSnmp::IfPolicerOutStatsTableSm::IfMibSm;
 using IfPolicerMibIfPolicerOutStatsTableOutputKeyType = Flume::OutputKey<U32>;
 }  // namespace FlumeCode::IfPolicerOutStatsTableSm
 
-Quill::Ptr<IfPolicerInStatsTableSm> ifPolicerInStatsTableSmFactory(
-    Quill::Ptr<IfPolicerMib> ifPolicerMib, Quill::Ptr<Qos::Status const> qosStatus,
-    Quill::Ptr<Qos::AclHwStatus const> aclHwStatus, Quill::Ptr<IntfSnmp::IfMib const> ifMib,
-    const Rivo::SmControl& flumeControl);
-Quill::Ptr<IfPolicerOutStatsTableSm> ifPolicerOutStatsTableSmFactory(
-    Quill::Ptr<IfPolicerMib> ifPolicerMib, Quill::Ptr<Qos::Status const> qosStatus,
-    Quill::Ptr<Qos::AclHwStatus const> aclHwStatus, Quill::Ptr<IntfSnmp::IfMib const> ifMib,
-    const Rivo::SmControl& flumeControl);
+// The exported factories: factory(ifPolicerMib, qosStatus, aclHwStatus, ifMib, flumeControl).
+inline constexpr Flume::SmFactory<IfPolicerInStatsTableSm> ifPolicerInStatsTableSmFactory;
+inline constexpr Flume::SmFactory<IfPolicerOutStatsTableSm> ifPolicerOutStatsTableSmFactory;
 
 }  // namespace QosSnmp

@@ -279,8 +279,8 @@ TEST_F(IfPolicerTableSmDeathTest, NullArgumentsAbortWithTheirAssertion) {
     EXPECT_DEATH(factory(mib_, status_, acl_, nullptr, control(2)),
                  test::assertionRegex("ifMib()" + text));
   };
-  check(&ifPolicerInStatsTableSmFactory);
-  check(&ifPolicerOutStatsTableSmFactory);
+  check(ifPolicerInStatsTableSmFactory);
+  check(ifPolicerOutStatsTableSmFactory);
 }
 
 }  // namespace

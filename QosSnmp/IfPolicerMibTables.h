@@ -1,7 +1,7 @@
 // Descriptions of the interface policer MIB's tables (veloraIfPolicerMib, enterprises.E.3.43):
 // ingress and egress policer statistics, identical but for their names and the entity's table
 // they read. Both are gated by the toggle IntfPolicingSnmp and served from the IfPolicerMib
-// entity at "snmp/qos/ifPolicerMib" by SnmpTable. The key is the ifIndex itself, an unsigned
+// entity by SnmpTable. The key is the ifIndex itself, an unsigned
 // 32-bit INTEGER in the OID (U32ToAsnUnsigned / AsnUnsignedToU32).
 #pragma once
 
@@ -39,8 +39,6 @@ constexpr auto ifIndexComponent(const char* mibName) {
 struct Base {
   using Entity = IfPolicerMib;
   using Entry = IfPolicerStatsTableEntry;
-  static constexpr const char* modelPath = "snmp/qos/ifPolicerMib";
-  static constexpr const char* entityType = "QosSnmp::IfPolicerMib";
   static constexpr FeatureToggle toggle = {"IntfPolicingSnmp", toggleIntfPolicingSnmpEnabled};
 };
 

@@ -1,10 +1,11 @@
 // QosSnmp::MibTable<Entry>: one table attribute of a MIB entity, with the mutator semantics
 // every table shares.
 //
-// The entity owns the table as a member and names its mutators after it
-// (`classMapTableIs`, `classMapTableDel`, `classMapTableDelAll`, lookup `classMapTable(index)`);
-// generic code (a runtime that keeps an output table in step with its inputs) is handed the
-// table itself (`classMapTableColl()`) and uses the same operations:
+// The entity declares each table once, with QOSSNMP_MIB_TABLE(classMapTable, ClassMapTableEntry),
+// which gives it the table and its accessors and mutators named after it (`classMapTable()` the
+// ordered rows, `classMapTable(index)` the row or null, `classMapTableIs`, `classMapTableDel`,
+// `classMapTableDelAll`); generic code (a runtime that keeps an output table in step with its
+// inputs) is handed the table itself (`classMapTableColl()`) and uses the same operations:
 //
 //   is(index, args...)  creates the row, or returns the existing one when it was created with
 //                       the same arguments; an existing row with other arguments raises
@@ -19,6 +20,7 @@
 #pragma once
 
 #include <string>
+#include <concepts>
 #include <string_view>
 #include <utility>
 
@@ -60,7 +62,8 @@ class MibTable {
 
   // The row for `index` built from `args` (Entry's constructor arguments after the index).
   template <typename... A>
-  Quill::Ptr<Entry> is(const Index& index, A&&... args) {
+  requires std::constructible_from<Entry, const Index&, A...> Quill::Ptr<Entry> is(
+      const Index& index, A&&... args) {
     if (auto existing = map_.find(index)) {
       if (const char* differing = existing->firstDifferingArg(args...)) {
         throw Mox::MutatorReinstantiationException(reinstantiationText(index, differing));
@@ -103,3 +106,38 @@ class MibTable {
 };
 
 }  // namespace QosSnmp
+
+// Declares, inside a model entity's class, its table attribute `name` of `Entry` rows and the
+// accessors and mutators named after it (see above). The entity has `typeName` and the
+// attribute id `name##Attr` of its Attr enumeration. Leaves the class in its public section.
+#define QOSSNMP_MIB_TABLE(name, Entry)                                         \
+ private:                                                                      \
+  ::QosSnmp::MibTable<Entry> name##_{*this, typeName, #name, name##Attr};      \
+                                                                               \
+ public:                                                                       \
+  const ::QosSnmp::MibTable<Entry>::Map& name() const noexcept {               \
+    return name##_.map();                                                      \
+  }                                                                            \
+  Quill::Ptr<Entry> name(const Entry::IndexType& index) const {                \
+    return name##_.find(index);                                                \
+  }                                                                            \
+  template <typename... A>                                                     \
+  Quill::Ptr<Entry> name##Is(const Entry::IndexType& index, A&&... args) {     \
+    return name##_.is(index, std::forward<A>(args)...);                        \
+  }                                                                            \
+  Quill::Ptr<Entry> name##Del(const Entry::IndexType& index) {                 \
+    return name##_.del(index);                                                 \
+  }                                                                            \
+  Quill::Ptr<Entry> name##Del(::QosSnmp::MibTable<Entry>::const_iterator it) { \
+    return name##_.del(it);                                                    \
+  }                                                                            \
+  void name##DelAll() {                                                        \
+    name##_.delAll();                                                          \
+  }                                                                            \
+  ::QosSnmp::MibTable<Entry>& name##Coll() noexcept {                          \
+    return name##_;                                                            \
+  }                                                                            \
+  const ::QosSnmp::MibTable<Entry>& name##Coll() const noexcept {              \
+    return name##_;                                                            \
+  }                                                                            \
+  static_assert(true, "")

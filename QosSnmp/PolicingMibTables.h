@@ -1,6 +1,6 @@
 // Descriptions of the policing MIB's tables (veloraPolicingMib, enterprises.E.3.42): OID arc,
 // index, served columns and encodings. Both are gated by the toggle PolicingConfigSnmp and
-// served from the PolicingMib entity at "snmp/qos/policingMib" by SnmpTable.
+// served from the PolicingMib entity by SnmpTable.
 #pragma once
 
 #include <array>
@@ -17,8 +17,6 @@ inline constexpr int nameMaxLen = 64;  // profile and policer names
 
 struct Base {
   using Entity = PolicingMib;
-  static constexpr const char* modelPath = "snmp/qos/policingMib";
-  static constexpr const char* entityType = "QosSnmp::PolicingMib";
   static constexpr FeatureToggle toggle = {"PolicingConfigSnmp", togglePolicingConfigSnmpEnabled};
 };
 

@@ -42,12 +42,4 @@ void QosMib::cmapByStaticTypeDelAll() {
   }
 }
 
-Quill::Ptr<QosMib> qosMibFactory(Quill::String name) {
-  return Quill::make<QosMib>(std::move(name));
-}
-
-Quill::Ptr<QosMib> QosMibIs(Quill::String name) {
-  return qosMibFactory(std::move(name));
-}
-
 }  // namespace QosSnmp

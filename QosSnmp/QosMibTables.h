@@ -11,7 +11,6 @@
 
 namespace QosSnmp::QosMibTables {
 
-inline constexpr const char* modelPath = "snmp/qos/root";
 inline constexpr int idMaxLen = 40;  // class map and policy map identifiers
 inline constexpr int ecnDescriptorMaxLen = 32;
 
@@ -25,8 +24,6 @@ constexpr auto u32Component(const char* mibName, const char* attrName) {
 
 struct Base {
   using Entity = QosMib;
-  static constexpr const char* modelPath = QosMibTables::modelPath;
-  static constexpr const char* entityType = "QosSnmp::QosMib";
 };
 
 struct ClassMapTable : Base {

@@ -222,7 +222,8 @@ class SnmpTable {
       }
       if (column->asnType == ASN_OCTET_STR && (len > column->maxLen || len < column->minLen)) {
         QTRACE(snmpTrace(), 2, "handle_{} - entity /{}/{} length out of range: {} ({})", Desc::name,
-               Snmp::CordbUtil::getSnmpConfig()->sysname, Desc::modelPath, column->attrName, len);
+               Snmp::CordbUtil::getSnmpConfig()->sysname, Desc::Entity::mountPath, column->attrName,
+               len);
         netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
         return SNMP_ERR_GENERR;
       }

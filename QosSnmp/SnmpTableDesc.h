@@ -1,11 +1,10 @@
 // Declarative descriptions of MIB tables, read by the generic table mechanism (SnmpTable.h).
 //
 // A table description is a struct with
-//   using Entity, Entry;                       the model entity and its row type
+//   using Entity, Entry;                       the model entity (with its typeName and
+//                                              mountPath) and its row type
 //   static constexpr const char* name;         MIB table name ("veloraClassMapTable")
 //   static constexpr U32 arc;                  table arc below the module's object root
-//   static constexpr const char* modelPath;    where the entity is mounted ("snmp/qos/root")
-//   static constexpr const char* entityType;   its type, for messages ("QosSnmp::QosMib")
 //   static const Map& table(const Entity&);    the model table that is walked
 //   static constexpr std::tuple indexes;       IndexComponent<Index, V>, in index order
 //   static constexpr std::array columns;       Column<Entry>, ascending column numbers
@@ -277,8 +276,8 @@ concept TableDescription = std::derived_from<typename D::Entity, Mox::Entity> &&
     requires(const typename D::Entity& entity) {
   { D::name } -> std::convertible_to<const char*>;
   { D::arc } -> std::convertible_to<U32>;
-  { D::modelPath } -> std::convertible_to<const char*>;
-  { D::entityType } -> std::convertible_to<const char*>;
+  { D::Entity::mountPath } -> std::convertible_to<const char*>;
+  { D::Entity::typeName } -> std::convertible_to<const char*>;
   { D::table(entity) } -> WalkableTable<typename D::Entry>;
 } && detail::isIndexComponents<typename D::Entry::IndexType,
                                std::remove_cv_t<decltype(D::indexes)>> &&

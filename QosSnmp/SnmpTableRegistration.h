@@ -127,17 +127,17 @@ class SnmpTableRegistration {
 
   // The model entity at the table's path. Ends the agent when it is missing or mistyped.
   static Entity& modelEntity() {
-    auto e = Snmp::CordbUtil::getEntityRelative(Desc::modelPath);
+    auto e = Snmp::CordbUtil::getEntityRelative(Entity::mountPath);
     if (!e) {
       std::fprintf(stderr, "Can not getEntityRelative( %s ) for table %s. Is this path correct?\n",
-                   Desc::modelPath, Desc::name);
+                   Entity::mountPath, Desc::name);
       std::fflush(stderr);
     }
     QUILL_ASSERT(e);
     auto* ptr = dynamic_cast<Entity*>(e.get());
     if (!ptr) {
-      std::fprintf(stderr, "%s does not appear to be of type %s.\n", Desc::modelPath,
-                   Desc::entityType);
+      std::fprintf(stderr, "%s does not appear to be of type %s.\n", Entity::mountPath,
+                   Entity::typeName);
     }
     QUILL_ASSERT(ptr);
     return *ptr;

@@ -47,12 +47,11 @@ class ProbeEntry : public TableEntry<ProbeEntry, ProbeIndex, U32> {
 
 class ProbeMib : public Mox::Entity {
  public:
+  enum Attr : U32 { probeTableAttr = 1 };
+  static constexpr const char* typeName = "QosSnmp::probe::ProbeMib";
+  static constexpr const char* mountPath = "test/probe";
   ProbeMib() : Mox::Entity("probe") {}
-  MibTable<ProbeEntry>& probeTableColl() noexcept { return probeTable_; }
-  const MibTable<ProbeEntry>::Map& probeTable() const noexcept { return probeTable_.map(); }
-
- private:
-  MibTable<ProbeEntry> probeTable_{*this, "QosSnmp::probe::ProbeMib", "probeTable", 1};
+  QOSSNMP_MIB_TABLE(probeTable, ProbeEntry);
 };
 
 struct ProbeTable {
@@ -60,8 +59,6 @@ struct ProbeTable {
   using Entry = ProbeEntry;
   static constexpr const char* name = "probeTable";
   static constexpr U32 arc = 1;
-  static constexpr const char* modelPath = "test/probe";
-  static constexpr const char* entityType = "QosSnmp::probe::ProbeMib";
   static const auto& table(const ProbeMib& mib) { return mib.probeTable(); }
   static constexpr std::tuple indexes = {
       integerComponent<ProbeIndex, &ProbeIndex::number, Snmp::U32ToAsnUnsignedF,

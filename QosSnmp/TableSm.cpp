@@ -69,6 +69,7 @@ TopChildSm::TopChildSm(TableSmBase& root, std::string childClass, TaskNumber tas
       childClass_(std::move(childClass)),
       taskNumber_(taskNumber.value),
       stream_(stream.value) {
+  root_.childAdd(this);
   doInitializeTask();
 }
 
@@ -283,6 +284,10 @@ void TableSmBase::doDeleteAll() {
 }
 
 // --- OutputBase, StoreOutput (declared in TableSmOutputs.h) ---
+
+OutputBase::OutputBase(TableSmBase& root, std::string name) : root_(root), name_(std::move(name)) {
+  root_.outputAdd(*this);
+}
 
 bool OutputBase::inputsComplete() {
   if (!root_.initialized()) {

@@ -31,6 +31,7 @@
 // Everything runs on the agent's one thread; nothing here takes locks.
 #pragma once
 
+#include <concepts>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -98,10 +99,10 @@ class OutputState : public Quill::Object {
 
 class TableSmBase;
 
-// One output of a Sm.
+// One output of a Sm; adds itself to the root's outputs.
 class OutputBase {
  public:
-  OutputBase(TableSmBase& root, std::string name) : root_(root), name_(std::move(name)) {}
+  OutputBase(TableSmBase& root, std::string name);
   virtual ~OutputBase() = default;
   OutputBase(const OutputBase&) = delete;
   OutputBase& operator=(const OutputBase&) = delete;
@@ -142,7 +143,8 @@ static_assert(!std::is_convertible_v<TaskNumber, StreamIndex> &&
               !std::is_convertible_v<size_t, TaskNumber> &&
               !std::is_convertible_v<size_t, StreamIndex>);
 
-// A top-level child Sm: watches one argument entity, owns the scan task of its stream.
+// A top-level child Sm: watches one argument entity, owns the scan task of its stream. Adds
+// itself to the root's children.
 class TopChildSm : public Rivo::Gen::InputStateMachine {
  public:
   // childClass: "QosStatusSm0".
@@ -248,10 +250,12 @@ class TableSmBase : public Quill::Object {
   // Creates the top-level children ("create non-public arg SMs"), which start their scans.
   virtual void createChildren() = 0;
 
+ private:
+  friend class OutputBase;
+  friend class TopChildSm;
   void outputAdd(OutputBase& output);
   void childAdd(TopChildSm* child);
 
- private:
   void inputSmScanStateDispatch();
   void readinessCheck();
 
@@ -275,6 +279,15 @@ class TableSmBase : public Quill::Object {
   bool initialized_ = false;
   bool wasReady_ = false;
   bool wasIdle_ = false;
+};
+
+// The exported factory of the table Sm `Sm`, an object called with the Sm's constructor arguments:
+// `policingProfileTableSmFactory(policingMib, qosStatus, flumeControl)`.
+template <typename Sm>
+struct SmFactory {
+  template <typename... A>
+  requires std::constructible_from<Sm, A...> Quill::Ptr<Sm>
+  operator()(A&&... args) const { return Quill::make<Sm>(std::forward<A>(args)...); }
 };
 
 // Raises the formatted assertion failure of a deletion pass whose collection changed unseen.

@@ -170,15 +170,22 @@ template <typename Entity, typename Map>
 class CollChildSm : public TopChildSm {
  public:
   using Deliver = typename CollScan<Map>::Deliver;
-  using CollOf = const Map& (*)(const Entity&);
 
-  CollChildSm(TableSmBase& root, Quill::Ptr<Entity const> entity, std::string childClass,
-              TaskNumber taskNumber, StreamIndex stream, CollOf collOf, std::string collName,
-              Deliver deliver)
-      : TopChildSm(root, childClass, taskNumber, stream), entity_(std::move(entity)) {
+  // What a pipeline declares of the child: from( entity.<collName>[] ).
+  struct Decl {
+    const char* childClass;  // "IfMibSm2"
+    TaskNumber taskNumber;
+    StreamIndex stream;
+    const Map& (Entity::*collOf)() const noexcept;  // the watched collection
+    const char* collName;                           // "ifIndexByIntfId"
+  };
+
+  CollChildSm(TableSmBase& root, Quill::Ptr<Entity const> entity, const Decl& decl, Deliver deliver)
+      : TopChildSm(root, decl.childClass, decl.taskNumber, decl.stream),
+        entity_(std::move(entity)) {
     QUILL_ASSERT(entity_ &&
                  "Sm args can only be null if marked as Optional in the SM type declaration");
-    scan_.emplace(root, *this, collOf(*entity_), childClass, std::move(collName),
+    scan_.emplace(root, *this, ((*entity_).*decl.collOf)(), decl.childClass, decl.collName,
                   std::move(deliver));
     hasNotificationActiveIs(true);
     doInputScan();
@@ -214,24 +221,23 @@ template <typename Entity, typename Nested, typename Map>
 class AttrChildSm : public TopChildSm {
  public:
   using Deliver = typename CollScan<Map>::Deliver;
-  using NestedOf = Quill::Ptr<Nested const> (*)(const Entity&);
-  using CollOf = const Map& (*)(const Nested&);
 
+  // What a pipeline declares of the child: from( entity.<attr>.<collName>[] ).
   struct Decl {
-    std::string childClass;   // "QosStatusSm0"
-    std::string nestedClass;  // "PolicingStatusSm1"
+    const char* childClass;   // "QosStatusSm0"
+    const char* nestedClass;  // "PolicingStatusSm1"
     TaskNumber taskNumber;
     StreamIndex stream;
-    U32 attr;           // the attribute id of the nested entity
-    NestedOf nestedOf;  // reads the attribute
-    CollOf collOf;      // the nested entity's watched collection
-    std::string collName;
+    U32 attr;                                                              // the nested entity's id
+    const Quill::Ptr<Nested const>& (Entity::*nestedOf)() const noexcept;  // reads it
+    const Map& (Nested::*collOf)() const noexcept;  // the nested entity's watched collection
+    const char* collName;                           // "profile"
   };
 
-  AttrChildSm(TableSmBase& root, Quill::Ptr<Entity const> entity, Decl decl, Deliver deliver)
+  AttrChildSm(TableSmBase& root, Quill::Ptr<Entity const> entity, const Decl& decl, Deliver deliver)
       : TopChildSm(root, decl.childClass, decl.taskNumber, decl.stream),
         entity_(std::move(entity)),
-        decl_(std::move(decl)),
+        decl_(decl),
         deliver_(std::move(deliver)) {
     QUILL_ASSERT(entity_ &&
                  "Sm args can only be null if marked as Optional in the SM type declaration");
@@ -282,7 +288,7 @@ class AttrChildSm : public TopChildSm {
 
   // Creates, replaces or deletes the nested child to match the attribute; true on a change.
   bool refreshNested() {
-    Quill::Ptr<Nested const> current = decl_.nestedOf(*entity_);
+    Quill::Ptr<Nested const> current = ((*entity_).*decl_.nestedOf)();
     if (current == nestedEntity_) {
       return false;
     }
@@ -293,8 +299,8 @@ class AttrChildSm : public TopChildSm {
     }
     nestedEntity_ = current;
     if (nestedEntity_) {
-      nested_.emplace(root_, *this, decl_.collOf(*nestedEntity_), decl_.nestedClass, decl_.collName,
-                      deliver_);
+      nested_.emplace(root_, *this, ((*nestedEntity_).*decl_.collOf)(), decl_.nestedClass,
+                      decl_.collName, deliver_);
     }
     return true;
   }

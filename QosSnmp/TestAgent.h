@@ -1,6 +1,6 @@
 // Test support: one net-snmp agent (sub-agent role, no configuration files) and one agent root
-// with the three model entities mounted where the modules look for them ("snmp/qos/root",
-// "snmp/qos/policingMib", "snmp/qos/ifPolicerMib"), shared by every test of a test program.
+// with the three model entities mounted where the modules look for them (their
+// mountPath), shared by every test of a test program.
 #pragma once
 
 #include <net-snmp/net-snmp-config.h>
@@ -24,21 +24,21 @@ inline void ensureAgent() {
   netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, 1);
   init_agent("qossnmp-test");
   auto root = Quill::make<Cordb::Dir>("sysroot");
-  root->mount("snmp/qos/root", qosMibFactory("root"));
-  root->mount("snmp/qos/policingMib", policingMibFactory("policingMib"));
-  root->mount("snmp/qos/ifPolicerMib", ifPolicerMibFactory("ifPolicerMib"));
+  root->mount(QosMib::mountPath, qosMibFactory("root"));
+  root->mount(PolicingMib::mountPath, policingMibFactory("policingMib"));
+  root->mount(IfPolicerMib::mountPath, ifPolicerMibFactory("ifPolicerMib"));
   Snmp::CordbUtil::agentRootIs(root);
 }
 
 // The entities the tables are registered over. REQUIRES: ensureAgent() ran.
 inline QosMib& mib() {
-  return static_cast<QosMib&>(*Snmp::CordbUtil::getEntityRelative("snmp/qos/root"));
+  return static_cast<QosMib&>(*Snmp::CordbUtil::getEntityRelative(QosMib::mountPath));
 }
 inline PolicingMib& policingMib() {
-  return static_cast<PolicingMib&>(*Snmp::CordbUtil::getEntityRelative("snmp/qos/policingMib"));
+  return static_cast<PolicingMib&>(*Snmp::CordbUtil::getEntityRelative(PolicingMib::mountPath));
 }
 inline IfPolicerMib& ifPolicerMib() {
-  return static_cast<IfPolicerMib&>(*Snmp::CordbUtil::getEntityRelative("snmp/qos/ifPolicerMib"));
+  return static_cast<IfPolicerMib&>(*Snmp::CordbUtil::getEntityRelative(IfPolicerMib::mountPath));
 }
 
 }  // namespace QosSnmp::test

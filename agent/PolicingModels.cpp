@@ -9,13 +9,13 @@ PolicingModels::PolicingModels(Quill::Ptr<Cordb::Dir> root)
       policingMib_(QosSnmp::policingMibFactory("policingMib")),
       ifPolicerMib_(QosSnmp::ifPolicerMibFactory("ifPolicerMib")) {
   QUILL_ASSERT(root_);
-  root_->mount(policingMibPath, policingMib_);
-  root_->mount(ifPolicerMibPath, ifPolicerMib_);
+  root_->mount(QosSnmp::PolicingMib::mountPath, policingMib_);
+  root_->mount(QosSnmp::IfPolicerMib::mountPath, ifPolicerMib_);
 }
 
 PolicingModels::~PolicingModels() {
-  root_->unmount(ifPolicerMibPath);
-  root_->unmount(policingMibPath);
+  root_->unmount(QosSnmp::IfPolicerMib::mountPath);
+  root_->unmount(QosSnmp::PolicingMib::mountPath);
 }
 
 }  // namespace Agent

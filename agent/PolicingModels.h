@@ -1,6 +1,6 @@
 // Agent::PolicingModels: the model entities of the plug-in's policing modules, mounted below
-// the agent's root where the modules look for them: a QosSnmp::PolicingMib at
-// "snmp/qos/policingMib" and a QosSnmp::IfPolicerMib at "snmp/qos/ifPolicerMib", both empty.
+// the agent's root where the modules look for them (each entity's mountPath): a
+// QosSnmp::PolicingMib and a QosSnmp::IfPolicerMib, both empty.
 // The table state machines that fill them are created by their own owner. Destroying the
 // object unmounts both. Construct it before the MIB modules start (they assert the entities
 // exist) and destroy it after they stop. Single-threaded: the agent's thread.
@@ -15,9 +15,6 @@ namespace Agent {
 
 class PolicingModels {
  public:
-  static constexpr const char* policingMibPath = "snmp/qos/policingMib";
-  static constexpr const char* ifPolicerMibPath = "snmp/qos/ifPolicerMib";
-
   // REQUIRES: root.
   explicit PolicingModels(Quill::Ptr<Cordb::Dir> root);
   ~PolicingModels();

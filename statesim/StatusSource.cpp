@@ -11,7 +11,7 @@ namespace StateSim {
 StatusSource::StatusSource(Quill::Ptr<Cordb::Dir> root)
     : root_(std::move(root)), qosMib_(QosSnmp::qosMibFactory("root")) {
   QUILL_ASSERT(root_);
-  root_->mount(qosMibPath, qosMib_);
+  root_->mount(QosSnmp::QosMib::mountPath, qosMib_);
 }
 
 StatusSource::~StatusSource() {
@@ -19,8 +19,8 @@ StatusSource::~StatusSource() {
   State none;        // and no restart to play
   none.qosAgentRestarts = state_.qosAgentRestarts;
   stateIs(none);
-  if (root_->lookup(qosMibPath) == qosMib_) {
-    root_->unmount(qosMibPath);
+  if (root_->lookup(QosSnmp::QosMib::mountPath) == qosMib_) {
+    root_->unmount(QosSnmp::QosMib::mountPath);
   }
 }
 

@@ -58,10 +58,7 @@ namespace StateSim {
 
 class StatusSource {
  public:
-  // Where the QoS MIB entity is mounted, relative to the agent's root.
-  static constexpr const char* qosMibPath = "snmp/qos/root";
-
-  // Creates the QoS MIB entity, empty, and mounts it below `root`. REQUIRES: root.
+  // Creates the QoS MIB entity, empty, and mounts it below `root` at its mountPath. REQUIRES: root.
   explicit StatusSource(Quill::Ptr<Cordb::Dir> root);
   // Empties the tables and unmounts the entity.
   ~StatusSource();
