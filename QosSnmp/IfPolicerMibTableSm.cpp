@@ -5,7 +5,7 @@
 
 namespace QosSnmp {
 
-namespace Flume {
+namespace Reactive {
 
 namespace {
 
@@ -75,7 +75,7 @@ void IfPolicerStatsTableSm<D>::assertArgs() const {
 }
 
 template <const IfPolicerPipeline& D>
-void IfPolicerStatsTableSm<D>::createLocalStores() {
+void IfPolicerStatsTableSm<D>::clearLocalStores() {
   store_.intfToPolicingStatsCollDelAll();
 }
 
@@ -150,6 +150,6 @@ void IfPolicerStatsTableSm<D>::intoTable(U32 ifIndex, Linko::IntfId intfId) {
 template class IfPolicerStatsTableSm<ifPolicerInPipeline>;
 template class IfPolicerStatsTableSm<ifPolicerOutPipeline>;
 
-}  // namespace Flume
+}  // namespace Reactive
 
 }  // namespace QosSnmp

@@ -34,7 +34,7 @@
 
 namespace QosSnmp {
 
-namespace Flume {
+namespace Reactive {
 
 // The declaration of an interface policer pipeline: its two inputs and its output table.
 struct IfPolicerPipeline {
@@ -145,7 +145,7 @@ class IfPolicerStatsTableSm : public TableSmBase {
 
  protected:
   void assertArgs() const override;
-  void createLocalStores() override;
+  void clearLocalStores() override;
   void createChildren() override;
 
  private:
@@ -163,31 +163,31 @@ class IfPolicerStatsTableSm : public TableSmBase {
   std::unique_ptr<IfMibSm> ifMibSm_;
 };
 
-}  // namespace Flume
+}  // namespace Reactive
 
-class IfPolicerInStatsTableSm : public Flume::IfPolicerStatsTableSm<Flume::ifPolicerInPipeline> {
+class IfPolicerInStatsTableSm : public Reactive::IfPolicerStatsTableSm<Reactive::ifPolicerInPipeline> {
   using IfPolicerStatsTableSm::IfPolicerStatsTableSm;
 };
-class IfPolicerOutStatsTableSm : public Flume::IfPolicerStatsTableSm<Flume::ifPolicerOutPipeline> {
+class IfPolicerOutStatsTableSm : public Reactive::IfPolicerStatsTableSm<Reactive::ifPolicerOutPipeline> {
   using IfPolicerStatsTableSm::IfPolicerStatsTableSm;
 };
 
 // The platform's names of the children and output keys.
 namespace FlumeCode::IfPolicerInStatsTableSm {
 using QosStatusSm0 = ::QosSnmp::IfPolicerInStatsTableSm::QosStatusSm;
-using PolicingStatusSm1 = Flume::CollScan<::QosSnmp::IfPolicerInStatsTableSm::PolicerMap>;
+using PolicingStatusSm1 = Reactive::CollScan<::QosSnmp::IfPolicerInStatsTableSm::PolicerMap>;
 using IfMibSm2 = ::QosSnmp::IfPolicerInStatsTableSm::IfMibSm;
-using IfPolicerMibIfPolicerInStatsTableOutputKeyType = Flume::OutputKey<U32>;
+using IfPolicerMibIfPolicerInStatsTableOutputKeyType = Reactive::OutputKey<U32>;
 }  // namespace FlumeCode::IfPolicerInStatsTableSm
 namespace FlumeCode::IfPolicerOutStatsTableSm {
 using QosStatusSm3 = ::QosSnmp::IfPolicerOutStatsTableSm::QosStatusSm;
-using PolicingStatusSm4 = Flume::CollScan<::QosSnmp::IfPolicerOutStatsTableSm::PolicerMap>;
+using PolicingStatusSm4 = Reactive::CollScan<::QosSnmp::IfPolicerOutStatsTableSm::PolicerMap>;
 using IfMibSm5 = ::QosSnmp::IfPolicerOutStatsTableSm::IfMibSm;
-using IfPolicerMibIfPolicerOutStatsTableOutputKeyType = Flume::OutputKey<U32>;
+using IfPolicerMibIfPolicerOutStatsTableOutputKeyType = Reactive::OutputKey<U32>;
 }  // namespace FlumeCode::IfPolicerOutStatsTableSm
 
 // The exported factories: factory(ifPolicerMib, qosStatus, aclHwStatus, ifMib, flumeControl).
-inline constexpr Flume::SmFactory<IfPolicerInStatsTableSm> ifPolicerInStatsTableSmFactory;
-inline constexpr Flume::SmFactory<IfPolicerOutStatsTableSm> ifPolicerOutStatsTableSmFactory;
+inline constexpr Reactive::SmFactory<IfPolicerInStatsTableSm> ifPolicerInStatsTableSmFactory;
+inline constexpr Reactive::SmFactory<IfPolicerOutStatsTableSm> ifPolicerOutStatsTableSmFactory;
 
 }  // namespace QosSnmp

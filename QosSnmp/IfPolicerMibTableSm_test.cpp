@@ -191,6 +191,28 @@ TEST_F(IfPolicerTableSmTest, ScanTasksAreNamedAfterTheirChildren) {
   EXPECT_TRUE(sm->ready());
 }
 
+TEST_F(IfPolicerTableSmTest, ChildrenAreThePlatformsNamedTypes) {
+  auto in = inSm(1);
+  auto out = outSm(1);
+  const FlumeCode::IfPolicerInStatsTableSm::QosStatusSm0* inPolicer = in->qosStatusSm();
+  const FlumeCode::IfPolicerInStatsTableSm::IfMibSm2* inIfMib = in->ifMibSm();
+  const FlumeCode::IfPolicerInStatsTableSm::PolicingStatusSm1* inScan = inPolicer->nested();
+  EXPECT_EQ(inPolicer->childClass(), "QosStatusSm0");
+  EXPECT_EQ(inIfMib->childClass(), "IfMibSm2");
+  EXPECT_EQ(inScan->label(), "PolicingStatusSm1");
+  const FlumeCode::IfPolicerOutStatsTableSm::QosStatusSm3* outPolicer = out->qosStatusSm();
+  const FlumeCode::IfPolicerOutStatsTableSm::IfMibSm5* outIfMib = out->ifMibSm();
+  const FlumeCode::IfPolicerOutStatsTableSm::PolicingStatusSm4* outScan = outPolicer->nested();
+  EXPECT_EQ(outPolicer->childClass(), "QosStatusSm3");
+  EXPECT_EQ(outIfMib->childClass(), "IfMibSm5");
+  EXPECT_EQ(outScan->label(), "PolicingStatusSm4");
+  using InKey = FlumeCode::IfPolicerInStatsTableSm::IfPolicerMibIfPolicerInStatsTableOutputKeyType;
+  using OutKey =
+      FlumeCode::IfPolicerOutStatsTableSm::IfPolicerMibIfPolicerOutStatsTableOutputKeyType;
+  EXPECT_LT((InKey{2, true}), (InKey{10, true}));
+  EXPECT_LT(OutKey{}, (OutKey{0, true}));
+}
+
 // --- the policing status lost or replaced ---
 
 TEST_F(IfPolicerTableSmTest, LosingThePolicingStatusDeletesTheRowsAndItsStore) {

@@ -26,7 +26,7 @@
 
 namespace QosSnmp {
 
-namespace Flume {
+namespace Reactive {
 
 // The declaration of a pipeline from a policing status collection (Map) into a table of Entry
 // rows of the entity Mib.
@@ -155,30 +155,30 @@ class PolicingTableSm : public TableSmBase {
   std::unique_ptr<QosStatusSm> qosStatusSm_;
 };
 
-}  // namespace Flume
+}  // namespace Reactive
 
 // The two machines under their own names.
-class PolicingProfileTableSm : public Flume::PolicingTableSm<Flume::policingProfilePipeline> {
+class PolicingProfileTableSm : public Reactive::PolicingTableSm<Reactive::policingProfilePipeline> {
   using PolicingTableSm::PolicingTableSm;
 };
-class PolicerInstanceTableSm : public Flume::PolicingTableSm<Flume::policerInstancePipeline> {
+class PolicerInstanceTableSm : public Reactive::PolicingTableSm<Reactive::policerInstancePipeline> {
   using PolicingTableSm::PolicingTableSm;
 };
 
 // The platform's names of the children and output keys.
 namespace FlumeCode::PolicingProfileTableSm {
 using QosStatusSm0 = ::QosSnmp::PolicingProfileTableSm::QosStatusSm;
-using PolicingStatusSm1 = Flume::CollScan<::QosSnmp::PolicingProfileTableSm::Map>;
-using PolicingMibPolicingProfileTableOutputKeyType = Flume::OutputKey<PolicingProfileTableIndex>;
+using PolicingStatusSm1 = Reactive::CollScan<::QosSnmp::PolicingProfileTableSm::Map>;
+using PolicingMibPolicingProfileTableOutputKeyType = Reactive::OutputKey<PolicingProfileTableIndex>;
 }  // namespace FlumeCode::PolicingProfileTableSm
 namespace FlumeCode::PolicerInstanceTableSm {
 using QosStatusSm2 = ::QosSnmp::PolicerInstanceTableSm::QosStatusSm;
-using PolicingStatusSm3 = Flume::CollScan<::QosSnmp::PolicerInstanceTableSm::Map>;
-using PolicingMibPolicerInstanceTableOutputKeyType = Flume::OutputKey<PolicerInstanceTableIndex>;
+using PolicingStatusSm3 = Reactive::CollScan<::QosSnmp::PolicerInstanceTableSm::Map>;
+using PolicingMibPolicerInstanceTableOutputKeyType = Reactive::OutputKey<PolicerInstanceTableIndex>;
 }  // namespace FlumeCode::PolicerInstanceTableSm
 
 // The exported factories: factory(policingMib, qosStatus, flumeControl).
-inline constexpr Flume::SmFactory<PolicingProfileTableSm> policingProfileTableSmFactory;
-inline constexpr Flume::SmFactory<PolicerInstanceTableSm> policerInstanceTableSmFactory;
+inline constexpr Reactive::SmFactory<PolicingProfileTableSm> policingProfileTableSmFactory;
+inline constexpr Reactive::SmFactory<PolicerInstanceTableSm> policerInstanceTableSmFactory;
 
 }  // namespace QosSnmp

@@ -191,6 +191,32 @@ TEST_F(PolicingTableSmTest, TaskNamesComeFromTheDeclaration) {
   EXPECT_EQ(profiles->output().task(), nullptr);
 }
 
+TEST_F(PolicingTableSmTest, ChildrenAreThePlatformsNamedTypes) {
+  addProfile("a");
+  addInstance("i", "a");
+  auto profiles = profileSm(1);
+  auto instances = policerInstanceTableSmFactory(mib_, status_, control(1));
+  const FlumeCode::PolicingProfileTableSm::QosStatusSm0* profileChild = profiles->qosStatusSm();
+  const FlumeCode::PolicingProfileTableSm::PolicingStatusSm1* profileScan = profileChild->nested();
+  EXPECT_EQ(profileChild->childClass(), "QosStatusSm0");
+  EXPECT_EQ(profileScan->label(), "PolicingStatusSm1");
+  const FlumeCode::PolicerInstanceTableSm::QosStatusSm2* instanceChild = instances->qosStatusSm();
+  const FlumeCode::PolicerInstanceTableSm::PolicingStatusSm3* instanceScan =
+      instanceChild->nested();
+  EXPECT_EQ(instanceChild->childClass(), "QosStatusSm2");
+  EXPECT_EQ(instanceScan->label(), "PolicingStatusSm3");
+  // Output keys order set keys by the table's index, after every unset one.
+  using ProfileKey =
+      FlumeCode::PolicingProfileTableSm::PolicingMibPolicingProfileTableOutputKeyType;
+  using InstanceKey =
+      FlumeCode::PolicerInstanceTableSm::PolicingMibPolicerInstanceTableOutputKeyType;
+  EXPECT_LT(ProfileKey{}, (ProfileKey{pIndex("a"), true}));
+  EXPECT_LT((ProfileKey{pIndex("a"), true}), (ProfileKey{pIndex("b"), true}));
+  EXPECT_EQ((InstanceKey{PolicerInstanceTableIndex(Snmp::String("i")), true}),
+            (InstanceKey{PolicerInstanceTableIndex(Snmp::String("i")), true}));
+  EXPECT_NE(InstanceKey{}, (InstanceKey{PolicerInstanceTableIndex(Snmp::String("i")), true}));
+}
+
 // --- bookmarks ---
 
 TEST_F(PolicingTableSmTest, YieldingScanHandlesEveryKeyOncePerPass) {
@@ -472,7 +498,7 @@ TEST_F(PolicingTableSmDeathTest, DeletionAfterUnseenChangesAborts) {
   auto sm = profileSm(1);
   ASSERT_TRUE(sm->ready());
   auto* scan =
-      const_cast<Flume::CollScan<PolicingProfileTableSm::Map>*>(sm->qosStatusSm()->nested());
+      const_cast<Reactive::CollScan<PolicingProfileTableSm::Map>*>(sm->qosStatusSm()->nested());
   scan->hasNotificationActiveIs(false);
   addProfile("b");  // a change the Sm does not see
   EXPECT_DEATH(scan->doDeleteAll(),

@@ -10,7 +10,7 @@
 #include "Qos/Status.h"
 #include "QosSnmp/TableSmInputs.h"
 
-namespace QosSnmp::Flume {
+namespace QosSnmp::Reactive {
 
 template <typename Map>
 using QosStatusChildSm = AttrChildSm<Qos::Status, Qos::PolicingStatus, Map>;
@@ -37,4 +37,4 @@ struct PolicingStatusInput {
   }
 };
 
-}  // namespace QosSnmp::Flume
+}  // namespace QosSnmp::Reactive

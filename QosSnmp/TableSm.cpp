@@ -2,25 +2,9 @@
 
 #include "QosSnmp/TableSmOutputs.h"
 
-#include <map>
-
 #include "Quill/Assert.h"
 
-namespace QosSnmp::Flume {
-
-namespace {
-
-// The process-wide trace handle of a Sm family, created on first use.
-Quill::TraceHandle& familyTrace(const std::string& family) {
-  static std::map<std::string, std::unique_ptr<Quill::TraceHandle>> handles;
-  auto& handle = handles[family];
-  if (!handle) {
-    handle = std::make_unique<Quill::TraceHandle>(family);
-  }
-  return *handle;
-}
-
-}  // namespace
+namespace QosSnmp::Reactive {
 
 // --- InputSmScanState, OutputState ---
 
@@ -108,7 +92,7 @@ std::string TopChildSm::label() const {
   return root_.initialScanDone() ? childClass_ : childClass_ + " initial";
 }
 
-void TopChildSm::doInputScan() {
+void TopChildSm::startScan() {
   if (!hasNotificationActive()) {
     return;
   }
@@ -118,13 +102,13 @@ void TopChildSm::doInputScan() {
     return;
   }
   size_t handled = 0;
-  doInputScan0(handled);
+  runScan(handled);
 }
 
 void TopChildSm::taskDispatch() {
   Quill::Ptr<Dovo::Task> task = task_;  // the scan may drop the task when it completes
   size_t handled = 0;
-  if (!doInputScan0(handled) && task == task_) {
+  if (!runScan(handled) && task == task_) {
     task->taskWorkCountInc(handled);
     task->taskWorkPendingIs(true);
     task->scheduleTask();
@@ -134,7 +118,7 @@ void TopChildSm::taskDispatch() {
   }
 }
 
-bool TopChildSm::doInputScan0(size_t& handled) {
+bool TopChildSm::runScan(size_t& handled) {
   if (!hasNotificationActive() || state_ == InputScanState::scanComplete ||
       (state_ == InputScanState::scanCompleteInitial && !root_.initialScanDone())) {
     scanPendingIs(false);
@@ -167,14 +151,10 @@ bool TopChildSm::doInputScan0(size_t& handled) {
 
 TableSmBase::TableSmBase(std::string smClass, const std::string& family,
                          const Rivo::SmControl& flumeControl, std::vector<std::string> streams)
-    : smClass_(std::move(smClass)), flumeControl_(flumeControl), streamNames_(std::move(streams)) {
-  if (flumeControl_.traceName.empty()) {
-    trace_ = &familyTrace(family);
-  } else {
-    ownTrace_ = std::make_unique<Quill::TraceHandle>(flumeControl_.traceName);
-    trace_ = ownTrace_.get();
-  }
-}
+    : smClass_(std::move(smClass)),
+      flumeControl_(flumeControl),
+      trace_(flumeControl_.traceName.empty() ? family : flumeControl_.traceName),
+      streamNames_(std::move(streams)) {}
 
 TableSmBase::~TableSmBase() = default;
 
@@ -207,7 +187,7 @@ void TableSmBase::handleInitialized() {
     output->initialize();
   }
   QTRACE(trace(), 9, "create local SMs");
-  createLocalStores();
+  clearLocalStores();
   QTRACE(trace(), 9, "create non-public arg SMs");
   createChildren();
   QTRACE(trace(), 9, "initialized");
@@ -245,7 +225,7 @@ void TableSmBase::handleInitialScanDone() {
   }
   for (TopChildSm* child : children_) {
     if (child->hasNotificationActive()) {
-      child->doInputScan();
+      child->startScan();
     }
   }
   idleCheck();
@@ -289,7 +269,7 @@ OutputBase::OutputBase(TableSmBase& root, std::string name) : root_(root), name_
   root_.outputAdd(*this);
 }
 
-bool OutputBase::inputsComplete() {
+bool OutputBase::advanceToEventScan() {
   if (!root_.initialized()) {
     return false;
   }
@@ -312,7 +292,7 @@ bool OutputBase::inputsComplete() {
 }
 
 void StoreOutput::handleInputReady() {
-  if (inputsComplete()) {
+  if (advanceToEventScan()) {
     root_.outputState().outputReadyIs(index_, true);
   }
 }
@@ -324,4 +304,4 @@ void StoreOutput::handleInputReady() {
   Quill::assertionFailed(text.c_str(), __FILE__, __LINE__, __func__);
 }
 
-}  // namespace QosSnmp::Flume
+}  // namespace QosSnmp::Reactive

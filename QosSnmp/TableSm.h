@@ -51,7 +51,7 @@
 #include "Rivo/InputStateMachine.h"
 #include "Rivo/SmControl.h"
 
-namespace QosSnmp::Flume {
+namespace QosSnmp::Reactive {
 
 // Progress of the scan of one watched collection.
 enum class InputScanState : U8 {
@@ -115,9 +115,10 @@ class OutputBase {
   virtual void handleInputReady() = 0;
 
  protected:
-  // The readiness checks every output makes first: true once the event-producing scan of every
-  // input is complete and the output is not ready yet (traced as the runtime's steps).
-  bool inputsComplete();
+  // The step every output takes first when the scan state changes: once the first pass of every
+  // input is complete it starts the second, event-producing pass (handleInitialScanDone). True
+  // once that pass is complete and the output is not ready yet (traced as the runtime's steps).
+  bool advanceToEventScan();
   TableSmBase& root_;
   std::string name_;
   size_t index_ = 0;  // position in the root's outputs
@@ -154,7 +155,7 @@ class TopChildSm : public Rivo::Gen::InputStateMachine {
   const std::string& childClass() const noexcept { return childClass_; }
   InputScanState inputScanState() const noexcept { return state_; }
   // Starts (or resumes) the scan: schedules the task, or runs the scan inline without one.
-  void doInputScan();
+  void startScan();
   // Withdraws every event this child delivered.
   virtual void doDeleteAll() = 0;
   // True while the scan task runs this child's scan.
@@ -169,8 +170,9 @@ class TopChildSm : public Rivo::Gen::InputStateMachine {
  protected:
   // One run of the stream's scan; adds the keys handled to `handled`. True when complete.
   virtual bool scanStream(size_t& handled) = 0;
-  // doInputScan0: entry rules, the scan, and the completion of the stream.
-  bool doInputScan0(size_t& handled);
+  // One run of the scan (traced as doInputScan0): entry rules, the scan, and the completion of
+  // the stream. True when complete.
+  bool runScan(size_t& handled);
   // Creates the scan task (asynchronous mode only).
   void doInitializeTask();
   std::string label() const;
@@ -211,7 +213,7 @@ class TableSmBase : public Quill::Object {
 
   const std::string& smClass() const noexcept { return smClass_; }
   const Rivo::SmControl& flumeControl() const noexcept { return flumeControl_; }
-  SmTrace trace() const noexcept { return {*trace_, smClass_}; }
+  SmTrace trace() const noexcept { return {trace_, smClass_}; }
   bool synchronous() const noexcept { return synchronous_; }
   bool initialScanDone() const noexcept { return initialScanDone_; }
   bool initialized() const noexcept { return initialized_; }
@@ -245,8 +247,8 @@ class TableSmBase : public Quill::Object {
   void handleInitialized();
   // Asserts the non-optional pointer arguments.
   virtual void assertArgs() const = 0;
-  // Creates the local stores ("create local SMs"), if any.
-  virtual void createLocalStores() {}
+  // Empties the local stores, if any ("create local SMs"): they start empty.
+  virtual void clearLocalStores() {}
   // Creates the top-level children ("create non-public arg SMs"), which start their scans.
   virtual void createChildren() = 0;
 
@@ -261,8 +263,7 @@ class TableSmBase : public Quill::Object {
 
   std::string smClass_;
   Rivo::SmControl flumeControl_;
-  Quill::TraceHandle* trace_ = nullptr;
-  std::unique_ptr<Quill::TraceHandle> ownTrace_;
+  Quill::TraceHandle trace_;  // the family's facility, or the control record's
   Quill::Ptr<Dovo::TaskScheduler> scheduler_;
   std::vector<std::string> streamNames_;
   Quill::Ptr<InputSmScanState> inputSmScanState_;
@@ -293,4 +294,4 @@ struct SmFactory {
 // Raises the formatted assertion failure of a deletion pass whose collection changed unseen.
 [[noreturn]] void missedNotifications(const std::string& collName);
 
-}  // namespace QosSnmp::Flume
+}  // namespace QosSnmp::Reactive

@@ -20,7 +20,7 @@
 #include "QosSnmp/TableSm.h"
 #include "Quill/Assert.h"
 
-namespace QosSnmp::Flume {
+namespace QosSnmp::Reactive {
 
 // The 23-bit version of a watched collection: bits 8 to 30 of its header word.
 inline U32 collVersion(U32 header) noexcept {
@@ -66,9 +66,9 @@ class CollScan : public Rivo::Gen::InputStateMachine {
     subscribed_ = active;
   }
 
-  // One run of the scan (doInputScanN). Adds the keys handled to `handled`; true when the
+  // One run of the scan (traced as doInputScan0). Adds the keys handled to `handled`; true when the
   // scan is complete, false when it yielded at a bookmark.
-  bool doInputScan(size_t& handled) {
+  bool scanStep(size_t& handled) {
     if (!hasNotificationActive() || state_ == InputScanState::scanComplete) {
       return true;
     }
@@ -188,7 +188,7 @@ class CollChildSm : public TopChildSm {
     scan_.emplace(root, *this, ((*entity_).*decl.collOf)(), decl.childClass, decl.collName,
                   std::move(deliver));
     hasNotificationActiveIs(true);
-    doInputScan();
+    startScan();
   }
 
   void hasNotificationActiveIs(bool active) override {
@@ -207,7 +207,7 @@ class CollChildSm : public TopChildSm {
              scan_->inputScanState() == InputScanState::scanInProgress,
              static_cast<int>(scan_->inputScanState()));
     }
-    return scan_->doInputScan(handled);
+    return scan_->scanStep(handled);
   }
 
  private:
@@ -242,7 +242,7 @@ class AttrChildSm : public TopChildSm {
     QUILL_ASSERT(entity_ &&
                  "Sm args can only be null if marked as Optional in the SM type declaration");
     hasNotificationActiveIs(true);
-    doInputScan();
+    startScan();
   }
 
   // The nested child's scan, or null while the attribute is null.
@@ -270,7 +270,7 @@ class AttrChildSm : public TopChildSm {
  protected:
   bool scanStream(size_t& handled) override {
     refreshNested();
-    return nested_ ? nested_->doInputScan(handled) : true;
+    return nested_ ? nested_->scanStep(handled) : true;
   }
 
  private:
@@ -282,7 +282,7 @@ class AttrChildSm : public TopChildSm {
     Rivo::Gen::InReactor inReactor(*this);
     if (refreshNested() && nested_) {
       size_t handled = 0;
-      nested_->doInputScan(handled);
+      nested_->scanStep(handled);
     }
   }
 
@@ -313,4 +313,4 @@ class AttrChildSm : public TopChildSm {
   Quill::Publisher<U32>::Subscription subscription_;
 };
 
-}  // namespace QosSnmp::Flume
+}  // namespace QosSnmp::Reactive

@@ -17,7 +17,7 @@
 #include "Quill/Assert.h"
 #include "QosSnmp/TableSm.h"
 
-namespace QosSnmp::Flume {
+namespace QosSnmp::Reactive {
 
 // An output key: the output table's key and whether it is set (k0Valid), as bookmarks and
 // Seen sets store it.
@@ -95,7 +95,7 @@ class MibTableOutput : public OutputBase {
   }
 
   void handleInputReady() override {
-    if (!inputsComplete()) {
+    if (!advanceToEventScan()) {
       return;
     }
     if (reconciling_ && !sweep()) {
@@ -170,4 +170,4 @@ class StoreOutput : public OutputBase {
   void handleInputReady() override;
 };
 
-}  // namespace QosSnmp::Flume
+}  // namespace QosSnmp::Reactive

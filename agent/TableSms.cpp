@@ -42,7 +42,7 @@ void TableSms::start(const StateSim::StatusSource& source, const PolicingModels&
                                                  source.aclHwStatus(), source.ifMib(), control));
 }
 
-void TableSms::watch(Quill::Ptr<QosSnmp::Flume::TableSmBase> sm) {
+void TableSms::watch(Quill::Ptr<QosSnmp::Reactive::TableSmBase> sm) {
   auto watched = std::make_unique<Watched>();
   Watched* w = watched.get();
   w->sm = std::move(sm);

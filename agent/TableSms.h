@@ -38,12 +38,12 @@ class TableSms {
 
  private:
   struct Watched {
-    Quill::Ptr<QosSnmp::Flume::TableSmBase> sm;
+    Quill::Ptr<QosSnmp::Reactive::TableSmBase> sm;
     Quill::Publisher<>::Subscription subscription;
     bool logged = false;
   };
   // Keeps `sm` and logs once when it is ready.
-  void watch(Quill::Ptr<QosSnmp::Flume::TableSmBase> sm);
+  void watch(Quill::Ptr<QosSnmp::Reactive::TableSmBase> sm);
 
   Quill::Ptr<Dovo::TaskScheduler> scheduler_;
   std::chrono::steady_clock::time_point started_;

@@ -31,7 +31,8 @@ std::map<Quill::String, std::set<Quill::String>>& contexts() {
 void mibModuleIs(const Quill::String& module, std::vector<U64> moduleOid,
                  Quill::String description) {
   ModuleInfo info{std::vector<oid>(moduleOid.begin(), moduleOid.end()), std::move(description)};
-  directory().insert_or_assign(module, std::move(info));
+  auto [it, inserted] = directory().emplace(module, std::move(info));
+  QUILL_ASSERT(inserted && "MIB module declared twice");
 }
 
 void mibModuleDel(const Quill::String& module) {

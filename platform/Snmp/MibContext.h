@@ -2,7 +2,8 @@
 //
 // Modules call registerMibContext(context, module) once per context they serve and
 // unregisterMibContext when they leave it; registering a module twice in one context is a
-// programming fault. Each module first declares where it lives (mibModuleIs). A module
+// programming fault. Each module first declares where it lives (mibModuleIs; declaring a name
+// that is declared already is a programming fault too). A module
 // known to the directory is also made visible to net-snmp: in the default (empty) context it
 // is listed in the agent's sysORTable; a named context is created in the agent with an empty
 // registration at the module's root, so that requests in that context are answered (with no

@@ -46,4 +46,12 @@ TEST(MibContextTest, RecordsModulesPerContext) {
   Snmp::unregisterMibContext("never", "modA");  // unknown: nothing to do
 }
 
+TEST(MibContextTest, AModuleNameIsDeclaredOnce) {
+  Snmp::mibModuleIs("modC", {1, 3, 6, 1, 4, 1, 99}, "first");
+  EXPECT_DEATH(Snmp::mibModuleIs("modC", {1, 3, 6, 1, 4, 1, 98}, "second"), "declared twice");
+  Snmp::mibModuleDel("modC");
+  Snmp::mibModuleIs("modC", {1, 3, 6, 1, 4, 1, 98}, "again, after it was forgotten");
+  Snmp::mibModuleDel("modC");
+}
+
 }  // namespace
