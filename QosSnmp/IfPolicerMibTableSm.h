@@ -165,10 +165,12 @@ class IfPolicerStatsTableSm : public TableSmBase {
 
 }  // namespace Reactive
 
-class IfPolicerInStatsTableSm : public Reactive::IfPolicerStatsTableSm<Reactive::ifPolicerInPipeline> {
+class IfPolicerInStatsTableSm
+    : public Reactive::IfPolicerStatsTableSm<Reactive::ifPolicerInPipeline> {
   using IfPolicerStatsTableSm::IfPolicerStatsTableSm;
 };
-class IfPolicerOutStatsTableSm : public Reactive::IfPolicerStatsTableSm<Reactive::ifPolicerOutPipeline> {
+class IfPolicerOutStatsTableSm
+    : public Reactive::IfPolicerStatsTableSm<Reactive::ifPolicerOutPipeline> {
   using IfPolicerStatsTableSm::IfPolicerStatsTableSm;
 };
 
