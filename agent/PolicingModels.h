@@ -7,8 +7,8 @@
 #pragma once
 
 #include "Cordb/Dir.h"
-#include "QosSnmp/IfPolicerMib.h"
-#include "QosSnmp/PolicingMib.h"
+#include "QosSnmp/IfPolicerMib/IfPolicerMib.h"
+#include "QosSnmp/PolicingMib/PolicingMib.h"
 #include "Quill/Ptr.h"
 
 namespace Agent {

@@ -3,10 +3,10 @@
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
 
-#include "QosSnmp/IfPolicerMib.h"
-#include "QosSnmp/IfPolicerMibTableSm.h"
-#include "QosSnmp/PolicingMib.h"
-#include "QosSnmp/PolicingMibTableSm.h"
+#include "QosSnmp/IfPolicerMib/IfPolicerMib.h"
+#include "QosSnmp/IfPolicerMib/IfPolicerMibTableSm.h"
+#include "QosSnmp/PolicingMib/PolicingMib.h"
+#include "QosSnmp/PolicingMib/PolicingMibTableSm.h"
 
 namespace Agent {
 

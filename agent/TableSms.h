@@ -16,7 +16,7 @@
 
 #include "Dovo/TaskScheduler.h"
 #include "PolicingModels.h"
-#include "QosSnmp/TableSm.h"
+#include "QosSnmp/Reactive/TableSm.h"
 #include "Quill/Ptr.h"
 #include "Quill/Publisher.h"
 #include "StatusSource.h"

@@ -18,10 +18,10 @@
 #include <string_view>
 
 #include "Cordb/Dir.h"
-#include "QosSnmp/IfPolicerMib.h"
-#include "QosSnmp/IfPolicerMibTableSm.h"
-#include "QosSnmp/PolicingMib.h"
-#include "QosSnmp/PolicingMibTableSm.h"
+#include "QosSnmp/IfPolicerMib/IfPolicerMib.h"
+#include "QosSnmp/IfPolicerMib/IfPolicerMibTableSm.h"
+#include "QosSnmp/PolicingMib/PolicingMib.h"
+#include "QosSnmp/PolicingMib/PolicingMibTableSm.h"
 #include "StateDiff.h"
 #include "StatusSource.h"
 #include "Wire.h"

@@ -16,7 +16,7 @@
 #include "Qos/ClassMapStatus.h"
 #include "Qos/HwStatus.h"
 #include "Qos/PolicyMapStatus.h"
-#include "QosSnmp/QosMib.h"
+#include "QosSnmp/QosMib/QosMib.h"
 #include "State.h"
 #include "StatsWriter.h"
 #include "StatusObjects.h"

@@ -14,7 +14,7 @@
 
 #include "Qos/EcnCounterTable.h"
 #include "Qos/EcnStatus.h"
-#include "QosSnmp/QosMib.h"
+#include "QosSnmp/QosMib/QosMib.h"
 #include "State.h"
 #include "StatusObjects.h"
 

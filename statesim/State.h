@@ -42,7 +42,7 @@
 #include "Qos/IntfPairKey.h"
 #include "Qos/PolicyMapStatus.h"
 #include "Qos/Types.h"
-#include "QosSnmp/QosMibIndexes.h"
+#include "QosSnmp/QosMib/QosMibIndexes.h"
 #include "Quill/String.h"
 
 namespace StateSim {

@@ -16,7 +16,7 @@
 #pragma once
 
 #include "Qos/Counters.h"
-#include "QosSnmp/QosMib.h"
+#include "QosSnmp/QosMib/QosMib.h"
 #include "State.h"
 #include "StatusObjects.h"
 

@@ -48,7 +48,7 @@
 #include "Cordb/Dir.h"
 #include "EcnWriter.h"
 #include "PolicingWriter.h"
-#include "QosSnmp/QosMib.h"
+#include "QosSnmp/QosMib/QosMib.h"
 #include "Quill/Ptr.h"
 #include "State.h"
 #include "StateDiff.h"

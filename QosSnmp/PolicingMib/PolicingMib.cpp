@@ -1,0 +1,7 @@
+#include "QosSnmp/PolicingMib/PolicingMib.h"
+
+namespace QosSnmp {
+
+Mox::AllocationTracker PolicingMib::memAllocationTracker_("QosSnmp::PolicingMib");
+
+}  // namespace QosSnmp
