@@ -18,18 +18,13 @@
 namespace QosSnmp {
 
 class IfPolicerMib : public Mox::Entity, private Mox::Tracked<IfPolicerMib> {
- public:
+  QOSSNMP_MIB_ENTITY(IfPolicerMib, "snmp/qos/ifPolicerMib");
+
   // Attribute ids, in declared order.
   enum Attr : U32 {
     ifPolicerInStatsTableAttr = 1,
     ifPolicerOutStatsTableAttr,
   };
-  static constexpr const char* typeName = "QosSnmp::IfPolicerMib";
-  static constexpr const char* mountPath = "snmp/qos/ifPolicerMib";
-  static Mox::AllocationTracker memAllocationTracker_;
-  using Table = MibTable<IfPolicerStatsTableEntry>;
-
-  explicit IfPolicerMib(Quill::String name) : Mox::Entity(std::move(name)) {}
 
   // Ingress policer statistics by ifIndex.
   QOSSNMP_MIB_TABLE(ifPolicerInStatsTable, IfPolicerStatsTableEntry);
@@ -38,11 +33,7 @@ class IfPolicerMib : public Mox::Entity, private Mox::Tracked<IfPolicerMib> {
 };
 
 // A new, empty entity named `name` (also what the state database's directory mechanism uses).
-inline Quill::Ptr<IfPolicerMib> ifPolicerMibFactory(Quill::String name) {
-  return Quill::make<IfPolicerMib>(std::move(name));
-}
-inline Quill::Ptr<IfPolicerMib> IfPolicerMibIs(Quill::String name) {
-  return ifPolicerMibFactory(std::move(name));
-}
+inline constexpr Factory<IfPolicerMib> ifPolicerMibFactory;
+inline constexpr Factory<IfPolicerMib> IfPolicerMibIs;
 
 }  // namespace QosSnmp

@@ -189,7 +189,7 @@ using IfPolicerMibIfPolicerOutStatsTableOutputKeyType = Reactive::OutputKey<U32>
 }  // namespace FlumeCode::IfPolicerOutStatsTableSm
 
 // The exported factories: factory(ifPolicerMib, qosStatus, aclHwStatus, ifMib, flumeControl).
-inline constexpr Reactive::SmFactory<IfPolicerInStatsTableSm> ifPolicerInStatsTableSmFactory;
-inline constexpr Reactive::SmFactory<IfPolicerOutStatsTableSm> ifPolicerOutStatsTableSmFactory;
+inline constexpr Factory<IfPolicerInStatsTableSm> ifPolicerInStatsTableSmFactory;
+inline constexpr Factory<IfPolicerOutStatsTableSm> ifPolicerOutStatsTableSmFactory;
 
 }  // namespace QosSnmp

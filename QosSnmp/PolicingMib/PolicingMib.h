@@ -17,17 +17,13 @@
 namespace QosSnmp {
 
 class PolicingMib : public Mox::Entity, private Mox::Tracked<PolicingMib> {
- public:
+  QOSSNMP_MIB_ENTITY(PolicingMib, "snmp/qos/policingMib");
+
   // Attribute ids, in declared order.
   enum Attr : U32 {
     policingProfileTableAttr = 1,
     policerInstanceTableAttr,
   };
-  static constexpr const char* typeName = "QosSnmp::PolicingMib";
-  static constexpr const char* mountPath = "snmp/qos/policingMib";
-  static Mox::AllocationTracker memAllocationTracker_;
-
-  explicit PolicingMib(Quill::String name) : Mox::Entity(std::move(name)) {}
 
   // One row per policing profile.
   QOSSNMP_MIB_TABLE(policingProfileTable, PolicingProfileTableEntry);
@@ -36,11 +32,7 @@ class PolicingMib : public Mox::Entity, private Mox::Tracked<PolicingMib> {
 };
 
 // A new, empty entity named `name` (also what the state database's directory mechanism uses).
-inline Quill::Ptr<PolicingMib> policingMibFactory(Quill::String name) {
-  return Quill::make<PolicingMib>(std::move(name));
-}
-inline Quill::Ptr<PolicingMib> PolicingMibIs(Quill::String name) {
-  return policingMibFactory(std::move(name));
-}
+inline constexpr Factory<PolicingMib> policingMibFactory;
+inline constexpr Factory<PolicingMib> PolicingMibIs;
 
 }  // namespace QosSnmp

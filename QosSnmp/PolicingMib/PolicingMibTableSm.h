@@ -178,7 +178,7 @@ using PolicingMibPolicerInstanceTableOutputKeyType = Reactive::OutputKey<Policer
 }  // namespace FlumeCode::PolicerInstanceTableSm
 
 // The exported factories: factory(policingMib, qosStatus, flumeControl).
-inline constexpr Reactive::SmFactory<PolicingProfileTableSm> policingProfileTableSmFactory;
-inline constexpr Reactive::SmFactory<PolicerInstanceTableSm> policerInstanceTableSmFactory;
+inline constexpr Factory<PolicingProfileTableSm> policingProfileTableSmFactory;
+inline constexpr Factory<PolicerInstanceTableSm> policerInstanceTableSmFactory;
 
 }  // namespace QosSnmp

@@ -2,8 +2,6 @@
 
 namespace QosSnmp {
 
-Mox::AllocationTracker QosMib::memAllocationTracker_("QosSnmp::QosMib");
-
 Quill::Ptr<Qos::ClassMapStatus const> QosMib::cmapByStaticType(
     Qos::ClassMapCpStaticType type) const {
   auto it = cmapByStaticType_.find(type);

@@ -21,7 +21,8 @@
 namespace QosSnmp {
 
 class QosMib : public Mox::Entity, private Mox::Tracked<QosMib> {
- public:
+  QOSSNMP_MIB_ENTITY(QosMib, "snmp/qos/root");
+
   // Attribute ids, in declared order.
   enum Attr : U32 {
     classMapTableAttr = 1,
@@ -37,12 +38,6 @@ class QosMib : public Mox::Entity, private Mox::Tracked<QosMib> {
     ecnQueueCounterTableAttr,
     cmapByStaticTypeAttr,
   };
-
-  static constexpr const char* typeName = "QosSnmp::QosMib";
-  static constexpr const char* mountPath = "snmp/qos/root";
-
-  explicit QosMib(Quill::String name) : Mox::Entity(std::move(name)) {}
-  static Mox::AllocationTracker memAllocationTracker_;
 
   QOSSNMP_MIB_TABLE(classMapTable, ClassMapTableEntry);
   QOSSNMP_MIB_TABLE(classMapMatchTable, ClassMapMatchTableEntry);
@@ -71,11 +66,7 @@ class QosMib : public Mox::Entity, private Mox::Tracked<QosMib> {
 };
 
 // A new, empty entity named `name` (also what the state database's directory mechanism uses).
-inline Quill::Ptr<QosMib> qosMibFactory(Quill::String name) {
-  return Quill::make<QosMib>(std::move(name));
-}
-inline Quill::Ptr<QosMib> QosMibIs(Quill::String name) {
-  return qosMibFactory(std::move(name));
-}
+inline constexpr Factory<QosMib> qosMibFactory;
+inline constexpr Factory<QosMib> QosMibIs;
 
 }  // namespace QosSnmp

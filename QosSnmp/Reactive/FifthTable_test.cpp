@@ -78,7 +78,7 @@ inline constexpr Reactive::PolicingPipeline<Qos::PolicingStatus::ProfileColl, Pr
 class ProfileRateTableSm : public Reactive::PolicingTableSm<profileRatePipeline> {
   using PolicingTableSm::PolicingTableSm;
 };
-inline constexpr Reactive::SmFactory<ProfileRateTableSm> profileRateTableSmFactory;
+inline constexpr Factory<ProfileRateTableSm> profileRateTableSmFactory;
 
 }  // namespace QosSnmp::probe5
 

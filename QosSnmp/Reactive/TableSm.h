@@ -31,7 +31,6 @@
 // Everything runs on the agent's one thread; nothing here takes locks.
 #pragma once
 
-#include <concepts>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -280,15 +279,6 @@ class TableSmBase : public Quill::Object {
   bool initialized_ = false;
   bool wasReady_ = false;
   bool wasIdle_ = false;
-};
-
-// The exported factory of the table Sm `Sm`, an object called with the Sm's constructor arguments:
-// `policingProfileTableSmFactory(policingMib, qosStatus, flumeControl)`.
-template <typename Sm>
-struct SmFactory {
-  template <typename... A>
-  requires std::constructible_from<Sm, A...> Quill::Ptr<Sm>
-  operator()(A&&... args) const { return Quill::make<Sm>(std::forward<A>(args)...); }
 };
 
 // Raises the formatted assertion failure of a deletion pass whose collection changed unseen.

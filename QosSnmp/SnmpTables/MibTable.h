@@ -105,7 +105,27 @@ class MibTable {
   Map map_;
 };
 
+// A model entity's (or a table Sm's) exported factory, an object called with the constructor's
+// arguments: `policingMibFactory("policingMib")` is a new, empty PolicingMib.
+template <typename T>
+struct Factory {
+  template <typename... A>
+  requires std::constructible_from<T, A...> Quill::Ptr<T>
+  operator()(A&&... args) const { return Quill::make<T>(std::forward<A>(args)...); }
+};
+
 }  // namespace QosSnmp
+
+// Declares, inside the class of the model entity Type (a Mox::Entity and Mox::Tracked<Type> of
+// namespace QosSnmp), its type name, where it is mounted below the agent's root, its allocation
+// tracker and its constructor from a name.
+#define QOSSNMP_MIB_ENTITY(Type, path)                                  \
+ public:                                                                \
+  static constexpr const char* typeName = "QosSnmp::" #Type;            \
+  static constexpr const char* mountPath = path;                        \
+  static inline Mox::AllocationTracker memAllocationTracker_{typeName}; \
+  explicit Type(Quill::String name) : Mox::Entity(std::move(name)) {}   \
+  static_assert(true, "")
 
 // Declares, inside a model entity's class, its table attribute `name` of `Entry` rows and the
 // accessors and mutators named after it (see above). The entity has `typeName` and the
