@@ -21,10 +21,7 @@ class IfPolicerMib : public Mox::Entity, private Mox::Tracked<IfPolicerMib> {
   QOSSNMP_MIB_ENTITY(IfPolicerMib, "snmp/qos/ifPolicerMib");
 
   // Attribute ids, in declared order.
-  enum Attr : U32 {
-    ifPolicerInStatsTableAttr = 1,
-    ifPolicerOutStatsTableAttr,
-  };
+  enum Attr : U32 { ifPolicerInStatsTableAttr = 1, ifPolicerOutStatsTableAttr };
 
   // Ingress policer statistics by ifIndex.
   QOSSNMP_MIB_TABLE(ifPolicerInStatsTable, IfPolicerStatsTableEntry);

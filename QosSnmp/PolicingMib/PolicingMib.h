@@ -20,10 +20,7 @@ class PolicingMib : public Mox::Entity, private Mox::Tracked<PolicingMib> {
   QOSSNMP_MIB_ENTITY(PolicingMib, "snmp/qos/policingMib");
 
   // Attribute ids, in declared order.
-  enum Attr : U32 {
-    policingProfileTableAttr = 1,
-    policerInstanceTableAttr,
-  };
+  enum Attr : U32 { policingProfileTableAttr = 1, policerInstanceTableAttr };
 
   // One row per policing profile.
   QOSSNMP_MIB_TABLE(policingProfileTable, PolicingProfileTableEntry);
