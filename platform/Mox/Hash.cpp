@@ -6,7 +6,7 @@
 namespace Mox {
 
 U32 hashBytes(std::string_view bytes, U32 seed) noexcept {
-  Dovo::HashMix mix(seed);
+  Mox::HashMix mix(seed);
   size_t i = 0;
   for (; i + 4 <= bytes.size(); i += 4) {
     U32 k;

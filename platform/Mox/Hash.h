@@ -8,7 +8,7 @@
 
 #include <string_view>
 
-#include "Dovo/HashMix.h"
+#include "Mox/HashMix.h"
 #include "Quill/Exception.h"
 #include "Quill/IntTypes.h"
 
@@ -28,7 +28,7 @@ class Hash {
   U32 final() const noexcept { return mix_.final(); }
 
  private:
-  Dovo::HashMix mix_;
+  Mox::HashMix mix_;
 };
 
 template <typename T>

@@ -6,7 +6,7 @@
 //   - three-way comparison, first difference decides (the SNMP walk order);
 //   - equality field by field (isEq, ==); an object always equals itself;
 //   - operator bool: differs from the default-constructed record;
-//   - hashing: Derived::hashKind selects hash() (fields mixed into a Dovo::HashMix, strings
+//   - hashing: Derived::hashKind selects hash() (fields mixed into a Mox::HashMix, strings
 //     XORed in by their own hash), hash(seed) (a seeded Mox::Hash) or none at all;
 //   - textual form "name=value, name=value" (strings quoted and escaped, enumerations by name),
 //     and fromString, which also accepts the form wrapped in "TypeName(...)". A field that does
@@ -24,7 +24,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "Dovo/HashMix.h"
+#include "Mox/HashMix.h"
 #include "Mox/Enum.h"
 #include "Mox/Hash.h"
 #include "Quill/Exception.h"
@@ -50,7 +50,7 @@ template <typename T>
 struct FieldTraits<T, std::enable_if_t<std::is_unsigned_v<T> || std::is_enum_v<T>>> {
   static U32 widen(T v) { return static_cast<U32>(v); }
   static std::strong_ordering compare(T a, T b) { return widen(a) <=> widen(b); }
-  static void mix4(Dovo::HashMix& m, T v) { m.mixBytes4(widen(v)); }
+  static void mix4(Mox::HashMix& m, T v) { m.mixBytes4(widen(v)); }
   static void mixSeeded(Hash& h, T v) { h.mix(widen(v)); }
   static std::string print(T v) {
     if constexpr (std::is_enum_v<T>) {
@@ -118,7 +118,7 @@ class IndexRecord {
   }
 
   U32 hash() const requires(Derived::hashKind == HashKind::mix4) {
-    Dovo::HashMix m(0);
+    Mox::HashMix m(0);
     std::apply([&](const auto&... f) { (decltype(traitsOf(f))::mix4(m, self().*(f.member)), ...); },
                Derived::fields());
     return m.final();

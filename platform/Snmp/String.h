@@ -65,7 +65,7 @@ struct Mox::FieldTraits<Snmp::String> {
     return a <=> b;
   }
   // The hash() family XORs a string's own hash into the state without a mixing step.
-  static void mix4(Dovo::HashMix& m, const Snmp::String& v) { m.mixXor(v.hash()); }
+  static void mix4(Mox::HashMix& m, const Snmp::String& v) { m.mixXor(v.hash()); }
   static void mixSeeded(Mox::Hash& h, const Snmp::String& v) { h.mixBytes(v.str()); }
   static std::string print(const Snmp::String& v) { return Mox::quoteBytes(v.str()); }
   static Snmp::String parse(std::string_view text) { return Snmp::String(Mox::unquoteBytes(text)); }

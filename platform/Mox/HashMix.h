@@ -1,4 +1,4 @@
-// Dovo::HashMix: the framework's 32-bit incremental hash mixer (MurmurHash3's block and
+// Mox::HashMix: the framework's 32-bit incremental hash mixer (MurmurHash3's block and
 // finalisation steps). Feed four-byte words with mixBytes4, XOR in pre-hashed values with
 // mixXor, and read final(). Deterministic across runs and platforms.
 #pragma once
@@ -7,7 +7,7 @@
 
 #include "Quill/IntTypes.h"
 
-namespace Dovo {
+namespace Mox {
 
 class HashMix {
  public:
@@ -38,4 +38,4 @@ class HashMix {
   U32 len_ = 0;
 };
 
-}  // namespace Dovo
+}  // namespace Mox
