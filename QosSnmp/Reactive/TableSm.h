@@ -128,6 +128,10 @@ class OutputBase {
 // is optional.
 #define QOSSNMP_ASSERT_SM_ARG(arg) \
   QUILL_ASSERT(arg && "Pointer SM args cannot be null unless they are marked Optional")
+// The same of a top-level child's entity.
+#define QOSSNMP_ASSERT_CHILD_ARG(entity) \
+  QUILL_ASSERT(entity &&                 \
+               "Sm args can only be null if marked as Optional in the SM type declaration")
 
 // A child's scan task number (N of "InputScanTask<N>") and the stream it feeds (its position in
 // the Sm's stream names): two numbers of their own types, so that a child declared with the two

@@ -183,8 +183,7 @@ class CollChildSm : public TopChildSm {
   CollChildSm(TableSmBase& root, Quill::Ptr<Entity const> entity, const Decl& decl, Deliver deliver)
       : TopChildSm(root, decl.childClass, decl.taskNumber, decl.stream),
         entity_(std::move(entity)) {
-    QUILL_ASSERT(entity_ &&
-                 "Sm args can only be null if marked as Optional in the SM type declaration");
+    QOSSNMP_ASSERT_CHILD_ARG(entity_);
     scan_.emplace(root, *this, ((*entity_).*decl.collOf)(), decl.childClass, decl.collName,
                   std::move(deliver));
     hasNotificationActiveIs(true);
@@ -239,8 +238,7 @@ class AttrChildSm : public TopChildSm {
         entity_(std::move(entity)),
         decl_(decl),
         deliver_(std::move(deliver)) {
-    QUILL_ASSERT(entity_ &&
-                 "Sm args can only be null if marked as Optional in the SM type declaration");
+    QOSSNMP_ASSERT_CHILD_ARG(entity_);
     hasNotificationActiveIs(true);
     startScan();
   }
