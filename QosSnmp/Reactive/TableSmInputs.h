@@ -80,8 +80,9 @@ class CollScan : public Rivo::Gen::InputStateMachine {
     size_t count = 0;
     while (it != map_.end()) {
       const Key key = it->first;
+      const Value value = it->second;
       ++it;
-      handle(key);
+      handle(key, &value);
       ++count;
       if (it != map_.end() && owner_.shouldYield()) {
         QTRACE(root_.trace(), 8, "{} {} yielding after {} iterations ({} total items)", "", label_,
@@ -104,8 +105,8 @@ class CollScan : public Rivo::Gen::InputStateMachine {
   }
 
   // handle<Coll>N: forwards the key and its current value (or nothing) as an event, once the
-  // initial scan is done.
-  void handle(const Key& key) {
+  // initial scan is done. A scan passes the value it holds; a notification looks it up.
+  void handle(const Key& key, const Value* value) {
     if (!hasNotificationActive()) {
       return;
     }
@@ -114,7 +115,6 @@ class CollScan : public Rivo::Gen::InputStateMachine {
     if (!root_.initialScanDone()) {
       return;  // the first scan pass only builds the children: events start with the second
     }
-    const Value* value = map_.find(key);
     std::optional<Value> valueOpt;
     if (value && present(*value)) {
       valueOpt = *value;
@@ -125,7 +125,7 @@ class CollScan : public Rivo::Gen::InputStateMachine {
   // handle<Coll>NReactor: handle() for a change notification, marked as in a reactor.
   void handleReactor(const Key& key) {
     Rivo::Gen::InReactor inReactor(*this);
-    handle(key);
+    handle(key, map_.find(key));
   }
 
   // Withdraws every event delivered: "nothing" for every key the collection still holds.

@@ -73,10 +73,7 @@ class MibTableOutput : public OutputBase {
   template <typename... A>
   void rowIs(const Index& index, const A&... args) {
     seenIs(index);
-    if (auto row = table_.find(index); row && !row->sameArgs(args...)) {
-      table_.del(index);
-    }
-    table_.is(index, args...);
+    table_.replace(index, args...);
   }
   // Deletes the row at `index`, if any, and marks the key.
   void rowDel(const Index& index) {

@@ -64,16 +64,30 @@ class MibTable {
   template <typename... A>
   requires std::constructible_from<Entry, const Index&, A...> Quill::Ptr<Entry> is(
       const Index& index, A&&... args) {
-    if (auto existing = map_.find(index)) {
-      if (const char* differing = existing->firstDifferingArg(args...)) {
+    auto at = map_.position(index);
+    if (at.member) {
+      if (const char* differing = at.member->firstDifferingArg(args...)) {
         throw Mox::MutatorReinstantiationException(reinstantiationText(index, differing));
       }
-      return existing;
+      return Quill::Ptr<Entry>(at.member);
     }
-    auto entry = Quill::make<Entry>(index, std::forward<A>(args)...);
-    map_.insert(entry);
-    owner_.changes().publish(attrId_);
-    return entry;
+    return created(index, at, std::forward<A>(args)...);
+  }
+
+  // The row for `index` made of `args`, whatever stood there: the row itself when it was made
+  // of the same arguments, else a new one (the other row deleted first: rows are immutable).
+  template <typename... A>
+  requires std::constructible_from<Entry, const Index&, A...> Quill::Ptr<Entry> replace(
+      const Index& index, A&&... args) {
+    auto at = map_.position(index);
+    if (at.member) {
+      if (at.member->sameArgs(args...)) {
+        return Quill::Ptr<Entry>(at.member);
+      }
+      del(index);
+      at = map_.position(index);
+    }
+    return created(index, at, std::forward<A>(args)...);
   }
 
   Quill::Ptr<Entry> del(const Index& index) { return published(map_.erase(index)); }
@@ -86,6 +100,14 @@ class MibTable {
   }
 
  private:
+  template <typename... A>
+  Quill::Ptr<Entry> created(const Index& index, const typename Map::Position& at, A&&... args) {
+    auto entry = Quill::make<Entry>(index, std::forward<A>(args)...);
+    map_.insertAt(entry, at);
+    owner_.changes().publish(attrId_);
+    return entry;
+  }
+
   Quill::Ptr<Entry> published(Quill::Ptr<Entry> removed) {
     if (removed) {
       owner_.changes().publish(attrId_);

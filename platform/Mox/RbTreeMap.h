@@ -83,9 +83,32 @@ class RbTreeMap {
 
   // REQUIRES: no member has e's key.
   void insert(Quill::Ptr<Entry> e) {
-    auto [it, inserted] = tree_.insert(*e);
-    QUILL_ASSERT(inserted);
-    (void)e.release();  // the map owns this reference now
+    Position at = position(e->index());
+    QUILL_ASSERT(!at.member);
+    insertAt(std::move(e), at);
+  }
+
+  // Where `key` stands: its member, or (member null) where a member with that key would be
+  // inserted, valid until the map next changes. One descent at most: the search starts just
+  // after the last member inserted, so keys inserted in ascending order cost constant time each.
+  struct Position {
+    Entry* member = nullptr;
+    typename Tree::insert_commit_data commit;
+  };
+  Position position(const Index& key) const {
+    Position at;
+    auto hint = lastInserted_ ? std::next(tree_.iterator_to(*lastInserted_)) : tree_.end();
+    auto [it, absent] = tree_.insert_check(hint, key, at.commit);
+    if (!absent) {
+      at.member = rawOf(*it);
+    }
+    return at;
+  }
+  // Inserts `e` where position(e->index()) said. REQUIRES: that position, no change since, and
+  // its member null.
+  void insertAt(Quill::Ptr<Entry> e, const Position& at) {
+    auto it = tree_.insert_commit(*e, at.commit);
+    lastInserted_ = e.release();  // the map owns this reference now
     ++version_;
     changes_.publish(it->index());
   }
@@ -100,6 +123,9 @@ class RbTreeMap {
   }
   Quill::Ptr<Entry> erase(const_iterator it) {
     Entry* e = rawOf(*it);
+    if (e == lastInserted_) {
+      lastInserted_ = nullptr;
+    }
     Quill::Ptr<Entry> held(e);
     e->unref();  // the map's own reference; `held` keeps the entry alive
     tree_.erase(it);
@@ -121,6 +147,7 @@ class RbTreeMap {
   static Quill::Ptr<Entry> ptrTo(const Entry& e) { return Quill::Ptr<Entry>(rawOf(e)); }
 
   mutable Tree tree_;
+  const Entry* lastInserted_ = nullptr;  // where the next search starts: just after it
   U32 version_ = 0;
   mutable Quill::Publisher<Index> changes_;
 };

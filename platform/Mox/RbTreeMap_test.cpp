@@ -48,6 +48,28 @@ TEST_F(RbTreeMapTest, KeepsMembersInKeyOrderAndStepsBySuccessor) {
   EXPECT_EQ(stepped, Keys());
 }
 
+TEST_F(RbTreeMapTest, PositionFindsTheMemberOrWhereItGoesWhateverTheOrderOfInserts) {
+  // Ascending (the hint after the last insert is right), descending and scattered (it is not),
+  // and with the last inserted member removed (no hint).
+  for (int v : {10, 20, 30, 40, 5, 4, 35, 25, 1, 50}) {
+    Map::Position at = map.position(Key{v});
+    ASSERT_EQ(at.member, nullptr) << v;
+    map.insertAt(Quill::make<Row>(v), at);
+  }
+  EXPECT_EQ(Keys(), (std::vector<int>{1, 4, 5, 10, 20, 25, 30, 35, 40, 50}));
+  EXPECT_EQ(map.position(Key{25}).member->key.v, 25);
+  EXPECT_EQ(map.position(Key{50}).member->key.v, 50);
+  map.erase(Key{50});  // the last inserted
+  map.erase(Key{1});
+  EXPECT_EQ(map.position(Key{50}).member, nullptr);
+  Insert(2);
+  Insert(3);
+  Insert(60);
+  EXPECT_EQ(Keys(), (std::vector<int>{2, 3, 4, 5, 10, 20, 25, 30, 35, 40, 60}));
+  EXPECT_EQ(map.position(Key{3}).member->key.v, 3);
+  EXPECT_DEATH(Insert(3), "at.member");
+}
+
 TEST_F(RbTreeMapTest, BoundsDescendToTheNeighbours) {
   for (int v : {10, 20, 30}) {
     Insert(v);
