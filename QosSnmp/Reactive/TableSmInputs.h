@@ -80,9 +80,9 @@ class CollScan : public Rivo::Gen::InputStateMachine {
     size_t count = 0;
     while (it != map_.end()) {
       const Key key = it->first;
-      const Value value = it->second;
+      const Value* value = &it->second;  // stays: an event never edits its input collection
       ++it;
-      handle(key, &value);
+      handle(key, value);
       ++count;
       if (it != map_.end() && owner_.shouldYield()) {
         QTRACE(root_.trace(), 8, "{} {} yielding after {} iterations ({} total items)", "", label_,
