@@ -237,6 +237,44 @@ TEST_F(PolicingTableSmTest, YieldingScanHandlesEveryKeyOncePerPass) {
   EXPECT_EQ(trace.count("k: "), 100U);
 }
 
+TEST_F(PolicingTableSmTest, TheScansRowsAreWrittenInIndexOrderOnceItIsComplete) {
+  for (int i = 0; i < 40; ++i) {
+    addProfile("p" + std::to_string(i));
+  }
+  scheduler_->yieldPolicyIs(Dovo::yieldEvery(5));
+  auto sm = profileSm();
+  while (scheduler_->runnable() && !sm->output().writingKept()) {
+    ASSERT_TRUE(profileRows().empty());  // kept, not written, while the scan runs
+    runOnce();
+  }
+  ASSERT_TRUE(sm->output().writingKept());
+  runOnce();
+  const std::vector<std::string> written = profileRows();
+  ASSERT_FALSE(written.empty());
+  ASSERT_LT(written.size(), 30U);
+  // Written in index order: the smallest indexes first ("p0".."p9" before "p10").
+  EXPECT_EQ(written.front(), "p0");
+  // Events while the kept rows are written are written at once, and win over what is kept.
+  policing_->profileDel(PolicerName("p39"));
+  addProfile("p38", 7777);
+  addProfile("p40");
+  EXPECT_EQ(mib_->policingProfileTable(pIndex("p38"))->cir(), 7777U);
+  EXPECT_EQ(mib_->policingProfileTable(pIndex("p39")), nullptr);
+  scheduler_->runUntilIdle();
+  ASSERT_TRUE(sm->ready());
+  EXPECT_EQ(sm->output().rowsKept(), 0U);
+  std::vector<std::string> expected;
+  for (int i = 0; i <= 40; ++i) {
+    if (i != 39) {
+      expected.push_back("p" + std::to_string(i));
+    }
+  }
+  expectProfileRowsEqual(expected);
+  EXPECT_EQ(mib_->policingProfileTable(pIndex("p38"))->cir(), 7777U);
+  EXPECT_EQ(mib_->policingProfileTable(pIndex("p38"))->policerProfile(),
+            *policing_->profile().find(PolicerName("p38")));
+}
+
 TEST_F(PolicingTableSmTest, ScanResumesAfterItsBookmarkKeyWasDeleted) {
   TraceCapture trace("PolicingMibTableSm");
   for (int i = 0; i < 30; ++i) {

@@ -1,17 +1,25 @@
 // The outputs of a table Sm (see TableSm.h).
 //
 //  - MibTableOutput<Table>: rows of a MIB table of a model entity, written through rowIs() and
-//    rowDel(), the one way a pipeline writes its rows. A Sm that starts while the
-//    table has rows reconciles: every key its events write during the event-producing scan is
-//    marked (seenIs), and once that scan is complete a sweep deletes every row not marked, in a
-//    task of its own that yields like the scans do, resuming at a bookmark. The output is ready
-//    when the sweep is done (at once when the table was empty at start).
+//    rowDel(), the one way a pipeline writes its rows. Until the event-producing scan is
+//    complete, rows are not written as they come: they are kept, and once the scan is complete
+//    they are sorted by index and written in that order (the last write of an index wins), in a
+//    task of its own that yields like the scans do. The input collections are scanned in hash
+//    order; a table filled in its own order costs each row a step, not a descent through a tree
+//    whose nodes are cold. An event that comes while they are written is written at once and
+//    outdates what is kept for its index. A Sm that starts while the table has rows reconciles:
+//    once the kept rows are written, a sweep deletes every row that no event of the scan (or
+//    since) wrote, resuming at a bookmark when it yields. The output is ready when the sweep is
+//    done (at once when the table was empty at start).
 //  - StoreOutput: a private local store of the Sm; it starts empty, so it only turns ready.
 #pragma once
 
+#include <algorithm>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <unordered_set>
+#include <vector>
 
 #include "Mox/HashMap.h"
 #include "Quill/Assert.h"
@@ -45,6 +53,7 @@ class MibTableOutput : public OutputBase {
  public:
   using Index = typename Table::Index;
   using Key = OutputKey<Index>;
+  using Args = typename Table::EntryType::ArgsTuple;
 
   // name: "policingMibPolicingProfileTableOutput"; table: the entity's table attribute.
   MibTableOutput(TableSmBase& root, std::string name, Table& table)
@@ -57,27 +66,43 @@ class MibTableOutput : public OutputBase {
 
   Table& table() const noexcept { return table_; }
   bool reconciling() const noexcept { return reconciling_; }
-  // The reconciliation task; null in synchronous mode and once the sweep is done.
+  // The output's task (writes the kept rows, sweeps); null in synchronous mode and once ready.
   Dovo::Task* task() const noexcept { return task_.get(); }
 
-  // <Out>SeenIs: marks a key written by the event-producing scan.
+  // Rows kept until the event-producing scan is complete, not written yet.
+  size_t rowsKept() const noexcept { return kept_.size() - written_; }
+  // The scan is complete and the kept rows are being written.
+  bool writingKept() const noexcept { return stage_ == Stage::writing; }
+
+  // <Out>SeenIs: marks a key written since the event-producing scan began (the sweep keeps it).
   void seenIs(const Index& index) {
-    if (reconciling_) {
+    if (reconciling_ && stage_ != Stage::keeping) {
       seen_.insert(Key{index, true});
     }
   }
 
   // Writes the row at `index` made of `args` (the entry's arguments after the index): marks the
   // key, deletes a row that holds other arguments (rows are immutable: another status object
-  // gets a fresh row), and creates the row unless it is there already.
+  // gets a fresh row), and creates the row unless it is there already. Kept for later while the
+  // event-producing scan runs.
   template <typename... A>
   void rowIs(const Index& index, const A&... args) {
+    if (stage_ == Stage::keeping) {
+      kept_.push_back({index, Args(args...)});
+      return;
+    }
     seenIs(index);
+    outdate(index);
     table_.replace(index, args...);
   }
-  // Deletes the row at `index`, if any, and marks the key.
+  // Deletes the row at `index`, if any, and marks the key. Kept for later the same way.
   void rowDel(const Index& index) {
+    if (stage_ == Stage::keeping) {
+      kept_.push_back({index, std::nullopt});
+      return;
+    }
     seenIs(index);
+    outdate(index);
     table_.del(index);
   }
 
@@ -95,19 +120,104 @@ class MibTableOutput : public OutputBase {
     if (!advanceToEventScan()) {
       return;
     }
-    if (reconciling_ && !sweep()) {
-      return;  // continues in the reconciliation task
+    if (!writeKept() || (reconciling_ && !sweep())) {
+      return;  // continues in the output's task
     }
     reconciling_ = false;
     seen_.clear();
+    kept_ = {};
+    written_ = 0;
+    if (task_) {
+      task_->cancel();
+      task_ = nullptr;
+    }
     root_.outputState().outputReadyIs(index_, true);
   }
 
  private:
-  // The deletion sweep; false when it yielded (or moved into its task).
-  bool sweep() {
+  enum class Stage : U8 { keeping, writing, direct };
+  struct Kept {
+    Index index;
+    std::optional<Args> args;  // nothing: deleted
+    bool outdated = false;     // an event since wrote the index
+  };
+
+  // Moves the work into the output's task (asynchronous mode); true when already there.
+  bool inTask() {
     if (task_ && !task_->taskCurrentlyRunning()) {
       task_->scheduleTask();
+      return false;
+    }
+    return true;
+  }
+  // Whether the task's run should end here, having done `processed` items.
+  bool yieldAfter(size_t processed) {
+    if (!task_ || !task_->taskShouldYield()) {
+      return false;
+    }
+    task_->taskWorkCountInc(processed);
+    task_->scheduleTask();
+    return true;
+  }
+
+  // Writes the kept rows in index order; false when it yielded (or moved into its task).
+  bool writeKept() {
+    if (stage_ == Stage::direct) {
+      return true;
+    }
+    if (!inTask()) {
+      return false;
+    }
+    if (stage_ == Stage::keeping) {
+      std::stable_sort(kept_.begin(), kept_.end(),
+                       [](const Kept& a, const Kept& b) { return (a.index <=> b.index) < 0; });
+      stage_ = Stage::writing;
+    }
+    size_t processed = 0;
+    while (written_ < kept_.size()) {
+      const Kept& row = kept_[written_++];
+      const bool last = written_ == kept_.size() || kept_[written_].index != row.index;
+      if (last && !row.outdated) {
+        if (row.args) {
+          std::apply([&](const auto&... a) { table_.replace(row.index, a...); }, *row.args);
+        } else {
+          table_.del(row.index);
+        }
+      }
+      if (written_ < kept_.size() && yieldAfter(++processed)) {
+        return false;
+      }
+    }
+    stage_ = Stage::direct;
+    return true;
+  }
+
+  // An event writes `index` while kept rows are written: what is kept for it is outdated.
+  void outdate(const Index& index) {
+    if (stage_ != Stage::writing) {
+      return;
+    }
+    auto it =
+        std::lower_bound(kept_.begin() + static_cast<std::ptrdiff_t>(written_), kept_.end(), index,
+                         [](const Kept& k, const Index& i) { return (k.index <=> i) < 0; });
+    for (; it != kept_.end() && it->index == index; ++it) {
+      it->outdated = true;
+    }
+  }
+
+  // Whether an event of the scan, or one since, wrote `index`.
+  bool written(const Index& index) const {
+    return seen_.contains(Key{index, true}) ||
+           std::binary_search(kept_.begin(), kept_.end(), index, KeptLess{});
+  }
+  struct KeptLess {
+    bool operator()(const Kept& k, const Index& i) const { return (k.index <=> i) < 0; }
+    bool operator()(const Index& i, const Kept& k) const { return (i <=> k.index) < 0; }
+  };
+
+  // The deletion sweep; false when it yielded (or moved into its task).
+  bool sweep() {
+    if (!inTask()) {
       return false;
     }
     const auto& map = table_.map();
@@ -116,16 +226,14 @@ class MibTableOutput : public OutputBase {
     size_t deleted = 0;
     while (it != map.end()) {
       auto current = it++;
-      if (!seen_.contains(Key{current->index(), true})) {
+      if (!written(current->index())) {
         table_.del(current);
         ++deleted;
       }
       ++processed;
-      if (it != map.end() && task_ && task_->taskShouldYield()) {
+      if (it != map.end() && yieldAfter(processed)) {
         bookmark_ = Key{it->index(), true};
         useBookmark_ = true;
-        task_->taskWorkCountInc(processed);
-        task_->scheduleTask();
         QTRACE(root_.trace(), 9,
                "Yielding in reconciliation processing after processing {} items, including "
                "{} deletions .",
@@ -139,8 +247,6 @@ class MibTableOutput : public OutputBase {
            processed, deleted);
     if (task_) {
       task_->taskWorkCountInc(processed);
-      task_->cancel();
-      task_ = nullptr;
     }
     bookmark_ = Key{};
     useBookmark_ = false;
@@ -152,7 +258,10 @@ class MibTableOutput : public OutputBase {
   };
 
   Table& table_;
-  std::unordered_set<Key, KeyHash> seen_;
+  std::unordered_set<Key, KeyHash> seen_;  // written directly, while reconciling
+  std::vector<Kept> kept_;                 // written by the scan; sorted once it is complete
+  size_t written_ = 0;                     // kept rows written so far
+  Stage stage_ = Stage::keeping;
   Quill::Ptr<Dovo::Task> task_;
   Key bookmark_;
   bool reconciling_ = false;

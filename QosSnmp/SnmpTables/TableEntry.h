@@ -24,6 +24,7 @@ template <typename Derived, typename Index, typename... Args>
 class TableEntry : public Quill::Object, public Mox::RbTreeNode, private Mox::Tracked<Derived> {
  public:
   using IndexType = Index;
+  using ArgsTuple = std::tuple<Args...>;  // the arguments after the index
 
   explicit TableEntry(Index index, Args... args)
       : index_(std::move(index)), args_(std::move(args)...) {}
