@@ -419,6 +419,7 @@ TEST_F(PolicingTableSmTest, LosingThePolicingStatusDeletesEveryRowOfBothTables) 
 }
 
 TEST_F(PolicingTableSmTest, LosingThePolicingStatusBeforeTheInitialScanDeletesNothing) {
+  TraceCapture trace("PolicingMibTableSm");  // traced, the first pass walks its keys: it yields
   scheduler_->yieldPolicyIs(Dovo::yieldEvery(1));
   addProfile("a");
   addProfile("b");

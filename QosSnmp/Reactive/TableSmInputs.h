@@ -77,6 +77,9 @@ class CollScan : public Rivo::Gen::InputStateMachine {
     }
     QTRACE(root_.trace(), 9, "{}::doInputScan0", label_);
     auto it = state_ == InputScanState::scanInProgress ? map_.resumeAt(*bookmark_) : map_.begin();
+    if (!root_.initialScanDone() && !root_.trace().enabled(8)) {
+      it = map_.end();  // the first pass has no work per key but its trace: it is done
+    }
     size_t count = 0;
     while (it != map_.end()) {
       const Key key = it->first;
