@@ -98,26 +98,29 @@ void IfPolicerStatsTableSm<D>::eventToIfPolicerStream(
          D.from.coll, intfPairKey, intfPolicerInfoStatusOpt);
   const Linko::IntfId intfId = intfPairKey.intfId;
   const Linko::IntfId memId = intfPairKey.memberId;
+  Quill::Ptr<IntfPolicerInfoStatusColl> coll;  // the interface's, after the event
   if (!intfPolicerInfoStatusOpt) {
     QTRACE(trace(), 7, "{}: deleting k1={}, k2={}", storeInto, intfId, memId);
-    if (auto coll = store_.intfToPolicingStatsColl(intfId)) {
+    coll = store_.intfToPolicingStatsColl(intfId);
+    if (coll) {
       coll->intfPolicerInfoStatusCollDel(memId);
       if (coll->intfPolicerInfoStatusColl().empty()) {
         store_.intfToPolicingStatsCollDel(intfId);
+        coll = nullptr;
       }
     }
   } else {
     QTRACE(trace(), 7, "{}: inserting k1={}, k2={}, value={}", storeInto, intfId, memId,
            *intfPolicerInfoStatusOpt);
-    store_.intfToPolicingStatsCollIs(intfId)->intfPolicerInfoStatusCollIs(
-        memId, *intfPolicerInfoStatusOpt);
+    coll = store_.intfToPolicingStatsCollIs(intfId);
+    coll->intfPolicerInfoStatusCollIs(memId, *intfPolicerInfoStatusOpt);
   }
   const U32* ifIndex = ifMib_->ifIndexByIntfId().find(intfId);
   if (!ifIndex) {
     QTRACE(trace(), 6, "filter( ifIndexOpt ) failed, terminating pipeline");
     return;
   }
-  intoTable(*ifIndex, intfId);
+  intoTable(*ifIndex, coll);
 }
 
 template <const IfPolicerPipeline& D>
@@ -130,12 +133,12 @@ void IfPolicerStatsTableSm<D>::eventToIfMibStream(Linko::IntfId intfId,
     QTRACE(trace(), 6, "filter( ifIndexOpt ) failed, terminating pipeline");
     return;
   }
-  intoTable(*ifIndexOpt, intfId);
+  intoTable(*ifIndexOpt, store_.intfToPolicingStatsColl(intfId));
 }
 
 template <const IfPolicerPipeline& D>
-void IfPolicerStatsTableSm<D>::intoTable(U32 ifIndex, Linko::IntfId intfId) {
-  auto coll = store_.intfToPolicingStatsColl(intfId);
+void IfPolicerStatsTableSm<D>::intoTable(U32 ifIndex,
+                                         const Quill::Ptr<IntfPolicerInfoStatusColl>& coll) {
   if (!coll) {
     QTRACE(trace(), 7, "into( ifPolicerMib.{}[ ( *ifIndexOpt ) ] ): deleting k1={}", D.table,
            ifIndex);

@@ -149,8 +149,9 @@ class IfPolicerStatsTableSm : public TableSmBase {
   void createChildren() override;
 
  private:
-  // The output stage: the row for `ifIndex` shows the interface's collection, or goes.
-  void intoTable(U32 ifIndex, Linko::IntfId intfId);
+  // The output stage: the row for `ifIndex` shows the interface's collection `coll`, or goes
+  // when it has none.
+  void intoTable(U32 ifIndex, const Quill::Ptr<IntfPolicerInfoStatusColl>& coll);
 
   Quill::Ptr<IfPolicerMib> ifPolicerMib_;
   Quill::Ptr<Qos::Status const> qosStatus_;
