@@ -1,5 +1,7 @@
 #include "TableSms.h"
 
+#include <malloc.h>
+
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
 
@@ -52,6 +54,9 @@ void TableSms::watch(Quill::Ptr<QosSnmp::Reactive::TableSmBase> sm) {
       std::chrono::duration<double> after = std::chrono::steady_clock::now() - started_;
       snmp_log(LOG_INFO, "qossnmpd: %s ready after %.3f s\n", w->sm->smClass().c_str(),
                after.count());
+      if (ready()) {
+        malloc_trim(0);  // what the scans kept on the way is freed: give it back to the system
+      }
     }
   };
   w->subscription = w->sm->readinessChanges().subscribe(report);

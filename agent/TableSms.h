@@ -5,7 +5,8 @@
 // Rivo::SmControl on the agent's task scheduler, over the model entities (PolicingModels) and
 // the status objects of the status source. It logs one line when each Sm is
 // ready ("qossnmpd: PolicingProfileTableSm ready after 0.42 s"), so that users and tests see
-// when the tables are complete. stop() destroys them (the rows stay in the entities); call it
+// when the tables are complete; once all are, it gives the heap their scans freed back to the
+// system (malloc_trim). stop() destroys them (the rows stay in the entities); call it
 // before the MIB modules are unregistered. Single-threaded: the agent's thread.
 #pragma once
 

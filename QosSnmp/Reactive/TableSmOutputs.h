@@ -125,7 +125,7 @@ class MibTableOutput : public OutputBase {
     }
     reconciling_ = false;
     seen_.clear();
-    kept_ = {};
+    kept_ = std::vector<Kept>();  // its memory too
     written_ = 0;
     if (task_) {
       task_->cancel();
