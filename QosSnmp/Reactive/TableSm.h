@@ -14,16 +14,19 @@
 //    attribute of its entity that holds a nested entity and keeps a nested CollScan on it.
 //  - CollScan: the bookmarked, yielding scan of one watched collection, and the reactor that
 //    forwards each changed key of the collection as an event.
-//  - MibTableOutput: an output into a MIB table, with the mark-and-sweep reconciliation that
-//    removes rows no input produced (rows left from before the Sm started); StoreOutput: an
-//    output into a private local store, which needs none.
+//  - MibTableOutput: an output into a MIB table: it fills the table in index order after the
+//    scan, and reconciles by mark and sweep, removing rows no input produced (rows left from
+//    before the Sm started); StoreOutput: an output into a private local store, which needs
+//    neither.
 //
 // Life of a Sm: the constructor subscribes and scans every input once; that first pass only
-// builds the children (events are dropped while initialScanDone is false). When every stream's
-// scan is complete, initialScanDone is set and every input is scanned again: this second pass
-// produces the output rows, marking their keys while a reconciliation is pending. When it ends,
-// each MIB table output sweeps the rows that were not marked, and the output is ready. From
-// then on every change notification of an input produces its events at once.
+// builds the children (events are dropped while initialScanDone is false; a collection's scan,
+// which has no children to build, walks its keys only when they are traced). When every
+// stream's scan is complete, initialScanDone is set and every input is scanned again: this
+// second pass produces the output rows, which each MIB table output keeps and, once the pass is
+// complete, writes in index order. Then it sweeps the rows no event wrote if a reconciliation
+// is pending, and the output is ready. From then on every change notification of an input
+// produces its events, and its rows, at once.
 //
 // In asynchronous mode (the default) scans and sweeps run in tasks of a Dovo::TaskScheduler and
 // yield whenever the scheduler says so (Dovo::Task::taskShouldYield), leaving a bookmark; in
