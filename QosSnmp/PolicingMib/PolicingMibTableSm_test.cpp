@@ -275,6 +275,53 @@ TEST_F(PolicingTableSmTest, TheScansRowsAreWrittenInIndexOrderOnceItIsComplete) 
             *policing_->profile().find(PolicerName("p38")));
 }
 
+TEST_F(PolicingTableSmTest, ThousandsOfKeptRowsAreSortedInSlicesAndTheLastWriteWins) {
+  for (int i = 0; i < 3000; ++i) {
+    addProfile("p" + std::to_string(i), 10);
+  }
+  scheduler_->yieldPolicyIs(Dovo::yieldEvery(3));
+  auto sm = profileSm();
+  // Halfway through the event-producing scan, rows already kept are written again.
+  while (scheduler_->runnable() && !(sm->initialScanDone() && sm->output().rowsKept() > 1000)) {
+    runOnce();
+  }
+  ASSERT_FALSE(sm->output().writingKept());
+  // The scan goes in the collection's order: its first 1000 keys are kept already.
+  std::vector<std::string> scanned;
+  for (const auto& [name, value] : policing_->profile()) {
+    if (scanned.size() == 1000) {
+      break;
+    }
+    scanned.push_back(name.str());
+  }
+  const std::string replaced = scanned[0], deleted = scanned[10], again = scanned[999];
+  addProfile(replaced, 999);
+  policing_->profileDel(PolicerName(deleted));
+  policing_->profileDel(PolicerName(again));
+  addProfile(again, 997);
+  size_t runs = 0;
+  while (scheduler_->runnable() && !sm->ready()) {
+    runOnce();
+    ++runs;
+  }
+  ASSERT_TRUE(sm->ready());
+  EXPECT_GT(runs, 50U);  // the sort and the writing yielded
+  std::vector<std::string> expected;
+  for (int i = 0; i < 3000; ++i) {
+    if ("p" + std::to_string(i) != deleted) {
+      expected.push_back("p" + std::to_string(i));
+    }
+  }
+  expectProfileRowsEqual(expected);
+  EXPECT_EQ(mib_->policingProfileTable(pIndex(replaced))->cir(), 999U);
+  EXPECT_EQ(mib_->policingProfileTable(pIndex(again))->cir(), 997U);
+  EXPECT_EQ(mib_->policingProfileTable(pIndex(scanned[1]))->cir(), 10U);
+  const std::vector<std::string> rows = profileRows();  // in walk order: length, then bytes
+  EXPECT_TRUE(std::is_sorted(rows.begin(), rows.end(), [](const auto& a, const auto& b) {
+    return a.size() != b.size() ? a.size() < b.size() : a < b;
+  }));
+}
+
 TEST_F(PolicingTableSmTest, ScanResumesAfterItsBookmarkKeyWasDeleted) {
   TraceCapture trace("PolicingMibTableSm");
   for (int i = 0; i < 30; ++i) {

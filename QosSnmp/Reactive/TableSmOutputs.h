@@ -169,8 +169,9 @@ class MibTableOutput : public OutputBase {
       return false;
     }
     if (stage_ == Stage::keeping) {
-      std::stable_sort(kept_.begin(), kept_.end(),
-                       [](const Kept& a, const Kept& b) { return (a.index <=> b.index) < 0; });
+      if (!sortKept()) {
+        return false;
+      }
       stage_ = Stage::writing;
     }
     size_t processed = 0;
@@ -189,6 +190,60 @@ class MibTableOutput : public OutputBase {
       }
     }
     stage_ = Stage::direct;
+    return true;
+  }
+
+  // Sorts the kept rows by index, keeping the order of the writes of one index; false when it
+  // yielded. A merge sort that stops and resumes anywhere: blocks of sortBlock rows sorted in
+  // place, then runs merged pairwise into spare_, doubling the run each pass, so that a
+  // million rows never hold the thread for longer than a slice.
+  bool sortKept() {
+    static constexpr size_t sortBlock = 256;
+    const size_t n = kept_.size();
+    size_t processed = 0;
+    auto less = [](const Kept& a, const Kept& b) { return (a.index <=> b.index) < 0; };
+    if (runWidth_ == 0) {
+      while (sortAt_ < n) {
+        const size_t end = std::min(sortAt_ + sortBlock, n);
+        std::stable_sort(kept_.begin() + static_cast<std::ptrdiff_t>(sortAt_),
+                         kept_.begin() + static_cast<std::ptrdiff_t>(end), less);
+        processed += end - sortAt_;
+        sortAt_ = end;
+        if (sortAt_ < n && yieldAfter(processed)) {
+          return false;
+        }
+      }
+      runWidth_ = sortBlock;
+      sortAt_ = 0;
+    }
+    while (runWidth_ < n) {
+      if (sortAt_ == 0 && spare_.empty()) {
+        spare_.reserve(n);
+      }
+      // Merges [sortAt_, sortAt_ + runWidth_) and the run after it; spare_.size() rows of the
+      // pass are placed, so left_ and right_ say how far each run is taken.
+      while (sortAt_ < n) {
+        const size_t mid = std::min(sortAt_ + runWidth_, n);
+        const size_t end = std::min(sortAt_ + 2 * runWidth_, n);
+        size_t left = sortAt_ + takenLeft_;
+        size_t right = mid + (spare_.size() - sortAt_ - takenLeft_);
+        while (left < mid || right < end) {
+          const bool fromLeft = right == end || (left < mid && !less(kept_[right], kept_[left]));
+          spare_.push_back(std::move(kept_[fromLeft ? left++ : right++]));
+          takenLeft_ += fromLeft;
+          if (++processed % 64 == 0 && (left < mid || right < end) && yieldAfter(processed)) {
+            return false;
+          }
+        }
+        sortAt_ = end;
+        takenLeft_ = 0;
+      }
+      kept_.swap(spare_);
+      spare_.clear();
+      sortAt_ = 0;
+      runWidth_ *= 2;
+    }
+    spare_ = std::vector<Kept>();
     return true;
   }
 
@@ -260,6 +315,10 @@ class MibTableOutput : public OutputBase {
   Table& table_;
   std::unordered_set<Key, KeyHash> seen_;  // written directly, while reconciling
   std::vector<Kept> kept_;                 // written by the scan; sorted once it is complete
+  std::vector<Kept> spare_;                // the merge sort's next pass
+  size_t runWidth_ = 0;                    // the sorted runs' length; 0 while blocks are sorted
+  size_t sortAt_ = 0;                      // where the sort resumes: block, or run pair
+  size_t takenLeft_ = 0;                   // rows of the left run merged so far
   size_t written_ = 0;                     // kept rows written so far
   Stage stage_ = Stage::keeping;
   Quill::Ptr<Dovo::Task> task_;
