@@ -32,9 +32,12 @@ pytestmark = pytest.mark.hostile
 
 RELOADS_PER_SECOND = 3
 WALK_OPTIONS = (("-Cr1",), ("-Cr10",), ("-Cr50",))
-# Each walk runs again until this long has passed, so that even the quick ones meet reloads.
+# Each walk runs again until this long has passed and the agent has applied MIN_RELOADS
+# reloads (at most MAX_CHURN_SECONDS: a slow build, a sanitizer's, takes longer per reload), so
+# that even the quick walks meet reloads.
 CHURN_SECONDS = 4.0
 MIN_RELOADS = 8
+MAX_CHURN_SECONDS = 30.0
 
 
 @dataclass
@@ -306,11 +309,15 @@ def reloads(agent) -> int:
     return agent.output().count("qossnmpd: reloaded")
 
 
-def walks_during(seconds: float, walk: Callable[[], list[Varbind]]) -> list[list[Varbind]]:
-    """Walks again and again until `seconds` have passed (at least once)."""
+def walks_during(seconds: float, walk: Callable[[], list[Varbind]],
+                 more: Callable[[], bool] = lambda: False,
+                 max_seconds: float = MAX_CHURN_SECONDS) -> list[list[Varbind]]:
+    """Walks again and again until `seconds` have passed (at least once), and on while `more()`
+    says so, until `max_seconds`."""
     done = []
-    deadline = time.monotonic() + seconds
-    while not done or time.monotonic() < deadline:
+    start = time.monotonic()
+    while (not done or time.monotonic() - start < seconds
+           or (more() and time.monotonic() - start < max_seconds)):
         done.append(walk())
     return done
 
@@ -346,7 +353,8 @@ def test_walks_under_churn_return_every_stable_row_once_and_in_order(start_agent
         with ThreadPoolExecutor(len(WALK_OPTIONS)) as pool:
             futures = {options: pool.submit(walks_during, CHURN_SECONDS,
                                             lambda o=options: tool.bulkwalk(target.subtree,
-                                                                            "-Cc", *o))
+                                                                            "-Cc", *o),
+                                            lambda: reloads(agent) - reloads_before < MIN_RELOADS)
                        for options in WALK_OPTIONS}
             results = {options: future.result() for options, future in futures.items()}
     finally:
