@@ -176,11 +176,13 @@ class MibTableOutput : public OutputBase {
     }
     size_t processed = 0;
     while (written_ < kept_.size()) {
-      const Kept& row = kept_[written_++];
+      Kept& row = kept_[written_++];
       const bool last = written_ == kept_.size() || kept_[written_].index != row.index;
       if (last && !row.outdated) {
         if (row.args) {
-          std::apply([&](const auto&... a) { table_.replace(row.index, a...); }, *row.args);
+          // The arguments move into the row: the status objects are not touched again.
+          std::apply([&](auto&... a) { table_.replace(row.index, std::move(a)...); }, *row.args);
+          row.args.reset();
         } else {
           table_.del(row.index);
         }
