@@ -53,6 +53,15 @@ struct IfPolicerPipeline {
 inline constexpr StreamIndex ifMibStream{0};
 inline constexpr StreamIndex ifPolicerStream{1};
 
+// The ifMibStream's input, the same for both directions but for the child's class.
+constexpr IfPolicerPipeline::IfMibInput ifIndexJoin(const char* childClass) {
+  return {.childClass = childClass,
+          .taskNumber = TaskNumber{1},
+          .stream = ifMibStream,
+          .collOf = &IntfSnmp::IfMib::ifIndexByIntfId,
+          .collName = "ifIndexByIntfId"};
+}
+
 inline constexpr IfPolicerPipeline ifPolicerInPipeline{
     .smClass = "IfPolicerInStatsTableSm",
     .from = {.childClass = "QosStatusSm0",
@@ -61,11 +70,7 @@ inline constexpr IfPolicerPipeline ifPolicerInPipeline{
              .stream = ifPolicerStream,
              .collOf = &Qos::PolicingStatus::intfPolicer,
              .coll = "intfPolicer"},
-    .join = {.childClass = "IfMibSm2",
-             .taskNumber = TaskNumber{1},
-             .stream = ifMibStream,
-             .collOf = &IntfSnmp::IfMib::ifIndexByIntfId,
-             .collName = "ifIndexByIntfId"},
+    .join = ifIndexJoin("IfMibSm2"),
     .into = &IfPolicerMib::ifPolicerInStatsTableColl,
     .table = "ifPolicerInStatsTable",
     .output = "ifPolicerMibIfPolicerInStatsTableOutput",
@@ -79,11 +84,7 @@ inline constexpr IfPolicerPipeline ifPolicerOutPipeline{
              .stream = ifPolicerStream,
              .collOf = &Qos::PolicingStatus::intfPolicerOutput,
              .coll = "intfPolicerOutput"},
-    .join = {.childClass = "IfMibSm5",
-             .taskNumber = TaskNumber{1},
-             .stream = ifMibStream,
-             .collOf = &IntfSnmp::IfMib::ifIndexByIntfId,
-             .collName = "ifIndexByIntfId"},
+    .join = ifIndexJoin("IfMibSm5"),
     .into = &IfPolicerMib::ifPolicerOutStatsTableColl,
     .table = "ifPolicerOutStatsTable",
     .output = "ifPolicerMibIfPolicerOutStatsTableOutput",

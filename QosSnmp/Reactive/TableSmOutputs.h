@@ -142,6 +142,13 @@ class MibTableOutput : public OutputBase {
     bool outdated = false;     // an event since wrote the index
   };
 
+  // Kept rows in index order, and an index among them.
+  struct KeptLess {
+    bool operator()(const Kept& a, const Kept& b) const { return (a.index <=> b.index) < 0; }
+    bool operator()(const Kept& k, const Index& i) const { return (k.index <=> i) < 0; }
+    bool operator()(const Index& i, const Kept& k) const { return (i <=> k.index) < 0; }
+  };
+
   // Moves the work into the output's task (asynchronous mode); true when already there.
   bool inTask() {
     if (task_ && !task_->taskCurrentlyRunning()) {
@@ -182,7 +189,6 @@ class MibTableOutput : public OutputBase {
         if (row.args) {
           // The arguments move into the row: the status objects are not touched again.
           std::apply([&](auto&... a) { table_.replace(row.index, std::move(a)...); }, *row.args);
-          row.args.reset();
         } else {
           table_.del(row.index);
         }
@@ -203,7 +209,7 @@ class MibTableOutput : public OutputBase {
     static constexpr size_t sortBlock = 256;
     const size_t n = kept_.size();
     size_t processed = 0;
-    auto less = [](const Kept& a, const Kept& b) { return (a.index <=> b.index) < 0; };
+    const KeptLess less;
     if (runWidth_ == 0) {
       while (sortAt_ < n) {
         const size_t end = std::min(sortAt_ + sortBlock, n);
@@ -254,9 +260,8 @@ class MibTableOutput : public OutputBase {
     if (stage_ != Stage::writing) {
       return;
     }
-    auto it =
-        std::lower_bound(kept_.begin() + static_cast<std::ptrdiff_t>(written_), kept_.end(), index,
-                         [](const Kept& k, const Index& i) { return (k.index <=> i) < 0; });
+    auto it = std::lower_bound(kept_.begin() + static_cast<std::ptrdiff_t>(written_), kept_.end(),
+                               index, KeptLess{});
     for (; it != kept_.end() && it->index == index; ++it) {
       it->outdated = true;
     }
@@ -267,10 +272,6 @@ class MibTableOutput : public OutputBase {
     return seen_.contains(Key{index, true}) ||
            std::binary_search(kept_.begin(), kept_.end(), index, KeptLess{});
   }
-  struct KeptLess {
-    bool operator()(const Kept& k, const Index& i) const { return (k.index <=> i) < 0; }
-    bool operator()(const Index& i, const Kept& k) const { return (i <=> k.index) < 0; }
-  };
 
   // The deletion sweep; false when it yielded (or moved into its task).
   bool sweep() {
