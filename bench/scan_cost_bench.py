@@ -19,13 +19,12 @@ from __future__ import annotations
 import argparse
 import json
 import statistics
-import subprocess
 import sys
 import tempfile
 import time
 from pathlib import Path
 
-from benchlib import free_udp_port
+from benchlib import Agent
 from policing_bench import ifpolicer_state, policing_state, ready_times
 
 SMS = 4
@@ -34,21 +33,13 @@ TIMEOUT_S = 900
 
 def sms_seconds(qossnmpd: Path, state: Path, workdir: Path) -> float:
     """Seconds from the Sms' start until the last of them is ready."""
-    log = workdir / "qossnmpd.log"
-    with open(log, "wb") as out:
-        agent = subprocess.Popen([str(qossnmpd), "--state", str(state), "--listen",
-                                  f"udp:127.0.0.1:{free_udp_port()}"],
-                                 stdout=out, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL)
-        try:
-            deadline = time.monotonic() + TIMEOUT_S
-            while len(times := ready_times(log)) < SMS:
-                if agent.poll() is not None or time.monotonic() > deadline:
-                    sys.exit(f"{qossnmpd}: the Sms did not get ready:\n{log.read_text()}")
-                time.sleep(0.02)
-            return max(times.values())
-        finally:
-            agent.terminate()
-            agent.wait()
+    with Agent(qossnmpd, state, workdir, wait_for=b"answering on") as agent:
+        deadline = time.monotonic() + TIMEOUT_S
+        while len(times := ready_times(agent.log_path)) < SMS:
+            if agent.process.poll() is not None or time.monotonic() > deadline:
+                sys.exit(f"{qossnmpd}: the Sms did not get ready:\n{agent.log_path.read_text()}")
+            time.sleep(0.02)
+        return max(times.values())
 
 
 def main() -> int:
