@@ -1,6 +1,7 @@
 #include "InterfaceNames.h"
 
 #include <iterator>
+#include <limits>
 #include <string_view>
 
 #include <net-snmp/net-snmp-config.h>
@@ -10,6 +11,7 @@
 #include <fmt/format.h>
 
 #include "SnmpAgent.h"
+#include "Snmp/CordbUtil.h"
 
 namespace Agent {
 
@@ -24,13 +26,8 @@ constexpr unsigned ifAliasColumn = 18;
 // net-snmp reads the column list through a non-const pointer but never writes it.
 unsigned ifXTableColumns[] = {ifNameColumn, ifAliasColumn};
 
-// The row's data is its interface name (InterfaceNames::Entry::name).
-const std::string* rowName(netsnmp_request_info* request) {
-  return static_cast<const std::string*>(netsnmp_tdata_extract_entry(request));
-}
-
-// Answers the GETs the table-data helper has matched with rows (GETNEXT reaches here as GET).
-// ifDescr and ifName are the name, ifAlias empty.
+// Answers the GETs the table iterator has matched with rows (GETNEXT reaches here as GET); the
+// row's data context is its name. ifDescr and ifName are the name, ifAlias empty.
 int answer(netsnmp_mib_handler*, netsnmp_handler_registration*, netsnmp_agent_request_info* reqinfo,
            netsnmp_request_info* requests) {
   if (reqinfo->mode != MODE_GET) {
@@ -40,7 +37,7 @@ int answer(netsnmp_mib_handler*, netsnmp_handler_registration*, netsnmp_agent_re
     if (request->processed) {
       continue;
     }
-    const std::string* name = rowName(request);
+    const auto* name = static_cast<const std::string*>(netsnmp_extract_iterator_context(request));
     netsnmp_table_request_info* info = netsnmp_extract_table_info(request);
     if (name == nullptr || info == nullptr) {
       netsnmp_set_request_error(reqinfo, request, SNMP_NOSUCHINSTANCE);
@@ -57,12 +54,69 @@ int answer(netsnmp_mib_handler*, netsnmp_handler_registration*, netsnmp_agent_re
 
 }  // namespace
 
-InterfaceNames::InterfaceNames(Quill::Ptr<IntfSnmp::IfMib const> ifMib)
-    : ifMib_(std::move(ifMib)), table_(netsnmp_tdata_create_table("qossnmpdIfNames", 0)) {
-  if (table_ == nullptr) {
-    throw SnmpAgentError("cannot create the interface names' table");
+// The sorted iterator's callbacks over the rows. The loop context is the current row's map node
+// (the rows do not change during a request); its data context is the row's name. The iterator
+// hands get_first the request's parsed index as a hint: a walk starts at the row it names, or at
+// the first row when it names none (net-snmp compares every row it is given with the request, so
+// the hint only saves steps).
+struct InterfaceNames::Iteration {
+  using Row = Entries::value_type;
+
+  static const Entries& rows(netsnmp_iterator_info* iinfo) {
+    return static_cast<const InterfaceNames*>(iinfo->myvoid)->entries_;
   }
-  netsnmp_tdata_add_index(table_, ASN_INTEGER);
+
+  // The row a hint names, if any: one INTEGER component in ifIndex's range that is a row.
+  static Entries::const_iterator hinted(const Entries& entries, const void* loopContext) {
+    const auto* hint = static_cast<const netsnmp_table_request_info*>(loopContext);
+    if (hint == nullptr || Snmp::CordbUtil::ignoreIteratorHints() || hint->number_indexes != 1 ||
+        hint->indexes == nullptr || hint->indexes->type != ASN_INTEGER ||
+        hint->indexes->val.integer == nullptr) {
+      return entries.end();
+    }
+    const long ifIndex = *hint->indexes->val.integer;
+    if (ifIndex < 0 || static_cast<unsigned long>(ifIndex) > std::numeric_limits<U32>::max()) {
+      return entries.end();
+    }
+    return entries.find(static_cast<U32>(ifIndex));
+  }
+
+  static netsnmp_variable_list* point(Entries::const_iterator it, const Entries& entries,
+                                      void** loopContext, void** dataContext,
+                                      netsnmp_variable_list* index) {
+    if (it == entries.end()) {
+      *loopContext = nullptr;
+      return nullptr;
+    }
+    const Row& row = *it;
+    *loopContext = const_cast<Row*>(&row);
+    *dataContext = const_cast<std::string*>(&row.second.name);
+    const long ifIndex = row.first;
+    snmp_set_var_typed_value(index, ASN_INTEGER, reinterpret_cast<const u_char*>(&ifIndex),
+                             sizeof ifIndex);
+    return index;
+  }
+
+  static netsnmp_variable_list* first(void** loopContext, void** dataContext,
+                                      netsnmp_variable_list* index, netsnmp_iterator_info* iinfo) {
+    const Entries& entries = rows(iinfo);
+    auto it = hinted(entries, *loopContext);
+    return point(it != entries.end() ? it : entries.begin(), entries, loopContext, dataContext,
+                 index);
+  }
+
+  static netsnmp_variable_list* next(void** loopContext, void** dataContext,
+                                     netsnmp_variable_list* index, netsnmp_iterator_info* iinfo) {
+    const Entries& entries = rows(iinfo);
+    const auto* current = static_cast<const Row*>(*loopContext);
+    if (current == nullptr) {
+      return nullptr;
+    }
+    return point(entries.upper_bound(current->first), entries, loopContext, dataContext, index);
+  }
+};
+
+InterfaceNames::InterfaceNames(Quill::Ptr<IntfSnmp::IfMib const> ifMib) : ifMib_(std::move(ifMib)) {
   const auto& coll = ifMib_->ifIndexByIntfId();
   subscription_ = coll.changes().subscribe([this](Linko::IntfId intf) { changed(intf); });
   for (const auto& [intf, ifIndex] : coll) {
@@ -72,18 +126,11 @@ InterfaceNames::InterfaceNames(Quill::Ptr<IntfSnmp::IfMib const> ifMib)
 
 InterfaceNames::~InterfaceNames() {
   subscription_.reset();
-  for (const Registration& r : registrations_) {
-    netsnmp_unregister_handler(r.reg);
-    r.info->valid_columns = nullptr;  // ours, not net-snmp's
-    netsnmp_table_registration_info_free(r.info);
+  // Each registration owns its iterator information and table information (not the columns:
+  // net-snmp never frees a table's valid columns).
+  for (netsnmp_handler_registration* reg : registrations_) {
+    netsnmp_unregister_handler(reg);
   }
-  for (auto& [ifIndex, entry] : entries_) {
-    netsnmp_tdata_remove_and_delete_row(table_, entry.row);
-  }
-  // net-snmp 5.9 leaves the index template to its creator.
-  snmp_free_varbind(table_->indexes_template);
-  table_->indexes_template = nullptr;
-  netsnmp_tdata_delete_table(table_);
 }
 
 void InterfaceNames::serve() {
@@ -109,33 +156,45 @@ void InterfaceNames::serve() {
     netsnmp_handler_registration* reg = netsnmp_create_handler_registration(
         t.name, answer, t.rootOid, t.rootOidLen, HANDLER_CAN_RONLY);
     auto* info = SNMP_MALLOC_TYPEDEF(netsnmp_table_registration_info);
-    if (reg == nullptr || info == nullptr) {
+    auto* iinfo = SNMP_MALLOC_TYPEDEF(netsnmp_iterator_info);
+    if (reg == nullptr || info == nullptr || iinfo == nullptr) {
+      netsnmp_handler_registration_free(reg);
+      netsnmp_table_registration_info_free(info);
+      SNMP_FREE(iinfo);
       throw SnmpAgentError(fmt::format("cannot register {}: out of memory", t.name));
     }
     netsnmp_table_helper_add_indexes(info, ASN_INTEGER, 0);
     info->min_column = t.minColumn;
     info->max_column = t.maxColumn;
     info->valid_columns = t.columns;
-    if (netsnmp_tdata_register(reg, table_, info) != MIB_REGISTERED_OK) {
-      info->valid_columns = nullptr;
-      netsnmp_table_registration_info_free(info);
+    iinfo->get_first_data_point = Iteration::first;
+    iinfo->get_next_data_point = Iteration::next;
+    iinfo->myvoid = this;
+    iinfo->flags = NETSNMP_ITERATOR_FLAG_SORTED | NETSNMP_HANDLER_OWNS_IINFO;
+    iinfo->table_reginfo = info;
+    // A failed registration ends the agent; what net-snmp was given is not touched again.
+    if (netsnmp_register_table_iterator(reg, iinfo) != MIB_REGISTERED_OK) {
       throw SnmpAgentError(fmt::format("cannot register {}: its OID is taken", t.name));
     }
-    registrations_.push_back({reg, info});
+    registrations_.push_back(reg);
+    // One request at a time: a hint is the index of one request, and a GET of several rows
+    // must not start them all at the first one's row.
+    if (netsnmp_inject_handler(reg, netsnmp_get_serialize_handler()) != SNMPERR_SUCCESS) {
+      throw SnmpAgentError(fmt::format("cannot register {}: out of memory", t.name));
+    }
   }
 }
 
 std::optional<std::string> InterfaceNames::name(U32 ifIndex) const {
-  oid index = ifIndex;
-  netsnmp_tdata_row* row = netsnmp_tdata_row_get_byoid(table_, &index, 1);
-  if (row == nullptr) {
+  auto it = entries_.find(ifIndex);
+  if (it == entries_.end()) {
     return std::nullopt;
   }
-  return *static_cast<const std::string*>(row->data);
+  return it->second.name;
 }
 
 size_t InterfaceNames::rows() const {
-  return static_cast<size_t>(netsnmp_tdata_row_count(table_));
+  return entries_.size();
 }
 
 void InterfaceNames::changed(Linko::IntfId intf) {
@@ -164,28 +223,10 @@ void InterfaceNames::sync(U32 ifIndex) {
   }
   Entry& entry = it->second;
   if (entry.intfs.empty()) {
-    if (entry.row != nullptr) {
-      netsnmp_tdata_remove_and_delete_row(table_, entry.row);
-    }
     entries_.erase(it);
     return;
   }
   entry.name = entry.intfs.begin()->name();
-  if (entry.row != nullptr) {
-    return;  // the row reads the name in place
-  }
-  netsnmp_tdata_row* row = netsnmp_tdata_create_row();
-  if (row == nullptr) {
-    throw SnmpAgentError("cannot create an interface name's row: out of memory");
-  }
-  long index = static_cast<long>(ifIndex);
-  netsnmp_tdata_row_add_index(row, ASN_INTEGER, &index, sizeof(index));
-  row->data = &entry.name;
-  if (netsnmp_tdata_add_row(table_, row) != SNMPERR_SUCCESS) {
-    netsnmp_tdata_delete_row(row);
-    throw SnmpAgentError(fmt::format("cannot add the row of ifIndex {}", ifIndex));
-  }
-  entry.row = row;
 }
 
 }  // namespace Agent

@@ -8,11 +8,13 @@
 // interfaces, not the switch's, and is not used; a sub-agent serves none of this (its master's
 // IF-MIB stands).
 //
-// The rows live in one net-snmp table-data (tdata) container, shared by both registrations, and
-// follow the map key by key: the object subscribes to the map's changes and moves, adds or
-// removes the one row a change touches. While a reload is under way two interfaces may briefly
-// share an ifIndex (one has moved to it, the other not yet away); the row then names the lower
-// interface id, and the other's again once it moves on.
+// The rows are an ordered map by ifIndex, served to both registrations through net-snmp's sorted
+// table iterator, and follow the map key by key: the object subscribes to the map's changes and
+// moves, adds or removes the one row a change touches. A request starts at the row its index
+// names (the iterator's hint), so a walk costs a lookup per row; a row costs its map nodes and
+// name, not a net-snmp row with its index varbind (over a kilobyte an interface). While a reload
+// is under way two interfaces may briefly share an ifIndex (one has moved to it, the other not
+// yet away); the row then names the lower interface id, and the other's again once it moves on.
 //
 // The constructor builds the rows; serve() registers the two tables with the agent (throws
 // SnmpAgentError if it cannot) and the destructor unregisters them. REQUIRES: net-snmp's library is
@@ -33,9 +35,6 @@
 #include "Quill/Publisher.h"
 
 struct netsnmp_handler_registration_s;
-struct netsnmp_tdata_s;
-struct netsnmp_tdata_row_s;
-struct netsnmp_table_registration_info_s;
 
 namespace Agent {
 
@@ -53,8 +52,7 @@ class InterfaceNames {
   void serve();
   bool serving() const noexcept { return !registrations_.empty(); }
 
-  // The name in the row of `ifIndex`, as a request would read it through the table-data
-  // container; none when there is no row.
+  // The name in the row of `ifIndex`; none when there is no row.
   std::optional<std::string> name(U32 ifIndex) const;
   // The number of rows.
   size_t rows() const;
@@ -63,23 +61,19 @@ class InterfaceNames {
   struct Entry {
     std::set<Linko::IntfId> intfs;  // the interfaces with this ifIndex; the first names the row
     std::string name;
-    netsnmp_tdata_row_s* row = nullptr;
   };
+  using Entries = std::map<U32, Entry>;
+  struct Iteration;  // the table iterator's callbacks
 
   // The map's key `intf` changed.
   void changed(Linko::IntfId intf);
-  // Makes the row of `ifIndex` agree with its entry: added, renamed or removed.
+  // Makes the row of `ifIndex` agree with its interfaces: renamed or removed.
   void sync(U32 ifIndex);
 
   Quill::Ptr<IntfSnmp::IfMib const> ifMib_;
-  netsnmp_tdata_s* table_ = nullptr;
-  std::map<U32, Entry> entries_;                // by ifIndex; node addresses are the rows' data
+  Entries entries_;                             // the rows, by ifIndex
   std::map<Linko::IntfId, U32> ifIndexByIntf_;  // what the rows show for each interface
-  struct Registration {
-    netsnmp_handler_registration_s* reg;
-    netsnmp_table_registration_info_s* info;  // ours: freed after the registration
-  };
-  std::vector<Registration> registrations_;
+  std::vector<netsnmp_handler_registration_s*> registrations_;
   Quill::Publisher<Linko::IntfId>::Subscription subscription_;
 };
 
