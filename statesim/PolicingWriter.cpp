@@ -1,5 +1,9 @@
 #include "PolicingWriter.h"
 
+#include <algorithm>
+#include <tuple>
+#include <vector>
+
 #include "StateSimTrace.h"
 
 namespace StateSim {
@@ -44,7 +48,63 @@ Qos::IntfPolicerInfoStatus::PolicerNameMap policerNames(const IntfPolicerState& 
   return names;
 }
 
+// Sorts `keys` by (goes first, the collection's order), where `goes(key)` tells a key without an
+// entry in the new state and `rank(key)` orders it as its collection does (its ordering hash),
+// ties broken by the key.
+template <typename Key, typename Goes, typename Rank>
+void orderKeys(std::vector<Key>& keys, Goes goes, Rank rank) {
+  struct Sorted {
+    bool comes;
+    U64 rank;
+    const Key* key;
+  };
+  std::vector<Sorted> sorted;
+  sorted.reserve(keys.size());
+  for (const Key& key : keys) {
+    sorted.push_back({!goes(key), rank(key), &key});
+  }
+  std::sort(sorted.begin(), sorted.end(), [](const Sorted& a, const Sorted& b) {
+    if (a.comes != b.comes || a.rank != b.rank) {
+      return std::tie(a.comes, a.rank) < std::tie(b.comes, b.rank);
+    }
+    return *a.key < *b.key;
+  });
+  std::vector<Key> ordered;
+  ordered.reserve(keys.size());
+  for (const Sorted& s : sorted) {
+    ordered.push_back(std::move(*const_cast<Key*>(s.key)));
+  }
+  keys = std::move(ordered);
+}
+
 }  // namespace
+
+void orderAsTheCollections(StateEdits& edits) {
+  StateDiff& d = edits.diff;
+  const State& values = edits.values;
+  orderKeys(
+      d.profiles, [&](const PolicerName& name) { return !values.policerProfiles.contains(name); },
+      Qos::PolicingStatus::ProfileColl::keyHash);
+  orderKeys(
+      d.instances, [&](const PolicerName& name) { return !values.policerInstances.contains(name); },
+      Qos::PolicingStatus::PolicerInstanceColl::keyHash);
+  // Input and output policers go into two collections: each direction's keys together, each in
+  // its collection's order.
+  orderKeys(
+      d.intfPolicers,
+      [&](const IntfPolicerKey& key) { return !values.interfacePolicers.contains(key); },
+      [](const IntfPolicerKey& key) {
+        const U64 output = key.direction == Qos::Direction::directionOutput_;
+        return output << 32 | Qos::PolicingStatus::IntfPolicerColl::keyHash(key.pair());
+      });
+  orderKeys(
+      d.ifIndexes,
+      [&](Linko::IntfId intf) {
+        auto it = values.interfaces.find(intf);
+        return it == values.interfaces.end() || !it->second.ifIndex;
+      },
+      IntfSnmp::IfMib::IfIndexByIntfIdColl::keyHash);
+}
 
 PolicingWriter::PolicingWriter()
     : status_(Quill::make<Qos::Status>()),
@@ -135,21 +195,64 @@ void PolicingWriter::ifIndexIs(const State& state, Linko::IntfId intf) {
   ifMib_->ifIndexByIntfIdIs(intf, *it->second.ifIndex);
 }
 
-void PolicingWriter::restart(const State& state) {
+void PolicingWriter::restart() {
+  State now;
+  policingStateOf(now);
   counters_ = {};
   // Filled before it is published: nobody watches it yet.
   policing_ = Quill::make<Qos::PolicingStatus>();
-  for (const auto& [name, profile] : state.policerProfiles) {
-    profileIs(state, name);
+  for (const auto& [name, profile] : now.policerProfiles) {
+    profileIs(now, name);
   }
-  for (const auto& [name, instance] : state.policerInstances) {
-    instanceIs(state, name);
+  for (const auto& [name, instance] : now.policerInstances) {
+    instanceIs(now, name);
   }
-  for (const auto& [key, policer] : state.interfacePolicers) {
-    intfPolicerIs(state, key);
+  for (const auto& [key, policer] : now.interfacePolicers) {
+    intfPolicerIs(now, key);
   }
   QTRACE(trace(), 1, "Publishing a new policing status");
   status_->policingStatusIs(policing_);
+}
+
+void PolicingWriter::policingStateOf(State& state) const {
+  state.policerProfiles.clear();
+  for (const auto& [name, profile] : policing_->profile()) {
+    PolicerProfileState& entry = state.policerProfiles[name];
+    if (const auto& r = profile->config()) {
+      entry.rates = PolicerRatesState{.cir = r->cir(),
+                                      .cirUnit = r->cirUnit(),
+                                      .bc = r->bc(),
+                                      .bcUnit = r->bcUnit(),
+                                      .pir = r->pir(),
+                                      .pirUnit = r->pirUnit(),
+                                      .be = r->be(),
+                                      .beUnit = r->beUnit()};
+    }
+  }
+  state.policerInstances.clear();
+  for (const auto& [name, instance] : policing_->policerInstance()) {
+    state.policerInstances[name].profile = instance->profileName();
+  }
+  state.interfacePolicers.clear();
+  for (Qos::Direction direction :
+       {Qos::Direction::directionInput_, Qos::Direction::directionOutput_}) {
+    const auto& coll = direction == Qos::Direction::directionInput_
+                           ? policing_->intfPolicer()
+                           : policing_->intfPolicerOutput();
+    for (const auto& [pair, status] : coll) {
+      const IntfPolicerKey key{pair.intfId, pair.memberId, direction};
+      IntfPolicerState& entry = state.interfacePolicers[key];
+      if (const PolicerName* profile = status->policerName(PolicerType::policerTypeProfile)) {
+        entry.profile = *profile;
+      }
+      if (const PolicerName* group = status->policerName(PolicerType::policerTypeGroup)) {
+        entry.groupPolicer = *group;
+      }
+      if (const IntfPolicerCounts* counts = counters_.values(key)) {
+        entry.counters = *counts;  // as last written, not as tick() has advanced them
+      }
+    }
+  }
 }
 
 void PolicingWriter::tick() {

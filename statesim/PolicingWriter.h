@@ -30,6 +30,7 @@
 #include "Qos/Status.h"
 #include "Quill/Ptr.h"
 #include "State.h"
+#include "StateDiff.h"
 #include "StatusObjects.h"
 
 namespace StateSim {
@@ -47,9 +48,16 @@ class PolicingWriter {
   void ifIndexIs(const State& state, Linko::IntfId intf);
   // A restart of the QoS agent: its policing status is published anew, a new
   // Qos::PolicingStatus whose profiles, instances and interface policers (and their counters) are
-  // all new objects, made from `state`. Watchers see one change, of Qos::Status's policingStatus.
-  // The ifIndex map and the AclHwStatus are not the QoS agent's and stay.
-  void restart(const State& state);
+  // all new objects with the values of those they replace (the counters with the counts the
+  // state gave them: what tick() added is gone).
+  // Watchers see one change, of Qos::Status's policingStatus. The ifIndex map and the AclHwStatus
+  // are not the QoS agent's and stay.
+  void restart();
+  // Sets the policing sections of `state` (policerProfiles, policerInstances, interfacePolicers)
+  // to what the edits applied made them: read back from the status objects, the counts as last
+  // written (not as tick() has advanced them). The status objects are the only copy of these
+  // sections the source keeps.
+  void policingStateOf(State& state) const;
   // Advances every interface policer's counters by one second of traffic.
   void tick();
 
@@ -70,5 +78,12 @@ class PolicingWriter {
   StatusObjects<IntfPolicerKey, Qos::IntfPolicerCounters, IntfPolicerCounts> counters_;
   U64 ticks_ = 0;
 };
+
+// Orders the keys of the edits' policing sections and ifIndex map as the collections they are
+// written into iterate (their hash order in this process), the keys that go before those that come
+// or change as before: applied in that order, each insert lands right after the previous one
+// instead of at a random place in a large collection. Pure reordering, safe on any thread of the
+// process that applies the edits.
+void orderAsTheCollections(StateEdits& edits);
 
 }  // namespace StateSim

@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "PolicingWriter.h"
 #include "Quill/Assert.h"
 #include "Wire.h"
 
@@ -195,6 +196,7 @@ StateLoader::Result StateLoader::read() {
   try {
     QUILL_ASSERT(message[0] == editsKind);
     result.edits = decode(std::string_view(message).substr(1));
+    orderAsTheCollections(*result.edits);  // here, off the agent's thread
     result.whole = whole;
   } catch (const WireError& e) {
     result.error = path_ + ": the state reader's answer does not decode: " + e.what();

@@ -52,6 +52,12 @@ class StatusObjects {
     return is(key, Values{}, std::forward<Make>(make), [](T&, const Values&) {});
   }
 
+  // The values last written for `key`, or null when it has no object.
+  const Values* values(const Key& key) const {
+    auto it = objects_.find(key);
+    return it == objects_.end() ? nullptr : &it->second.values;
+  }
+
   // Forgets the object for `key`, if any.
   void del(const Key& key) { objects_.erase(key); }
 

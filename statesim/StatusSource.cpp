@@ -24,6 +24,12 @@ StatusSource::~StatusSource() {
   }
 }
 
+State StatusSource::state() const {
+  State state = state_;
+  policing_.policingStateOf(state);
+  return state;
+}
+
 void StatusSource::load(const std::string& path) {
   State state = readStateFile(path);
   QTRACE(trace(), 1, "Applying state file {}", path);
@@ -32,7 +38,7 @@ void StatusSource::load(const std::string& path) {
 
 void StatusSource::stateIs(const State& state) {
   applyEdits([] { return false; });
-  editsIs(editsFrom(state_, state, !given_));
+  editsIs(editsFrom(this->state(), state, !given_));
   applyEdits([] { return false; });
 }
 
@@ -114,8 +120,9 @@ bool StatusSource::applyStep(Pending& p, size_t step) {
   }
   step -= qosMibWriters + 1;
   // The keys, in this order: policers before the ifIndex map, so that an interface that goes
-  // with its policers loses its rows while its ifIndex still names them. Each key's entry is
-  // moved into the state in force as it is applied.
+  // with its policers loses its rows while its ifIndex still names them. A class map's entry is
+  // moved into the state in force as it is applied; the policing keys are written from the
+  // edits' values into the status objects, which are all the source keeps of them.
   auto edit = [&step](const auto& keys, auto&& apply) {
     if (step < keys.size()) {
       apply(keys[step]);
@@ -129,21 +136,9 @@ bool StatusSource::applyStep(Pending& p, size_t step) {
              mergeEntry(state_.classMaps, values.classMaps, index);
              config_.classMapIs(state_, index, *qosMib_);
            }) ||
-      edit(d.profiles,
-           [&](const auto& name) {
-             mergeEntry(state_.policerProfiles, values.policerProfiles, name);
-             policing_.profileIs(state_, name);
-           }) ||
-      edit(d.instances,
-           [&](const auto& name) {
-             mergeEntry(state_.policerInstances, values.policerInstances, name);
-             policing_.instanceIs(state_, name);
-           }) ||
-      edit(d.intfPolicers,
-           [&](const auto& key) {
-             mergeEntry(state_.interfacePolicers, values.interfacePolicers, key);
-             policing_.intfPolicerIs(state_, key);
-           }) ||
+      edit(d.profiles, [&](const auto& name) { policing_.profileIs(values, name); }) ||
+      edit(d.instances, [&](const auto& name) { policing_.instanceIs(values, name); }) ||
+      edit(d.intfPolicers, [&](const auto& key) { policing_.intfPolicerIs(values, key); }) ||
       edit(d.ifIndexes, [&](const auto& intf) { policing_.ifIndexIs(state_, intf); })) {
     return true;
   }
@@ -151,7 +146,7 @@ bool StatusSource::applyStep(Pending& p, size_t step) {
   if (step < d.restarts) {
     QTRACE(trace(), 1, "Playing a restart of the QoS agent ({} of {})", step + 1, d.restarts);
     qosMibIs(State{});  // its status objects and rows go with it
-    policing_.restart(state_);
+    policing_.restart();
     qosMibIs(state_);
     return true;
   }

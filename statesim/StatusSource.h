@@ -20,9 +20,10 @@
 //
 // What changed is found apart from applying it (StateDiff.h): the agent reads and compares the
 // file in another process and hands the edits (the diff and the values it names) to editsIs();
-// applyEdits() then applies them on the agent's thread, a key at a time, moving each key's new
-// entry into the state in force and writing it, and stopping whenever its caller's yield() says
-// so (a scheduler task), so that a reload in which one key changed costs one key's work here.
+// applyEdits() then applies them on the agent's thread, a key at a time, writing each key's new
+// entry (a class map's is moved into the state in force; a policing key's lives on only in its
+// status objects), and stopping whenever its caller's yield() says so (a scheduler task), so that
+// a reload in which one key changed costs one key's work here.
 // Class maps are edited key by key as well; the rest of the QoS MIB's tables are derived from
 // several sections at once: each of its three writers runs in one step, and only when one of
 // their sections changed. stateIs() does all of it at once.
@@ -67,8 +68,9 @@ class StatusSource {
 
   const Quill::Ptr<QosSnmp::QosMib>& qosMib() const noexcept { return qosMib_; }
   // The state in force: what has been applied (empty before the first state; while edits are
-  // being applied, the keys applied so far are new).
-  const State& state() const noexcept { return state_; }
+  // being applied, the keys applied so far are new). Its policing sections are read back from the
+  // status objects: a copy, made in time linear in the state.
+  State state() const;
   // The status object of a class map, or null.
   Quill::Ptr<Qos::ClassMapStatus const> classMap(const QosSnmp::ClassMapTableIndex& index) const {
     return config_.classMap(index);
@@ -108,7 +110,7 @@ class StatusSource {
   Quill::Ptr<QosSnmp::QosMib> qosMib_;
   // Edits being applied and how far they have come.
   struct Pending {
-    std::unique_ptr<StateEdits> edits;  // its values are moved out as they are applied
+    std::unique_ptr<StateEdits> edits;  // its class maps are moved out as they are applied
     size_t step = 0;  // the next of applyStep's: scalars, QoS MIB writers, LAG flag, the keys,
                       // the restarts
   };
@@ -121,7 +123,7 @@ class StatusSource {
   // Applies `state` through the `writer`th of them.
   void qosMibWriterIs(size_t writer, const State& state);
 
-  State state_;
+  State state_;         // the state in force, but for its policing sections (see state())
   bool given_ = false;  // edits were given: the next state is not the first
   std::deque<Pending> pending_;
   std::function<void(std::unique_ptr<StateEdits>)> retire_;

@@ -128,11 +128,13 @@ class WatchedMap {
 
   // Inserts k or replaces its value; returns whether that changed anything. Setting the value k
   // already has is no change: nothing is counted or published.
+  // One descent of the tree at most: none when k comes right after the key inserted last, as
+  // keys set in iteration order do.
   bool set(const K& k, V v) {
-    U32 h = keyHash(k);
-    auto it = set_.find(Probe{h, k});
-    if (it == set_.end()) {
-      set_.insert(Node{h, value_type(k, std::move(v))});
+    const Probe probe{keyHash(k), k};
+    auto it = placeOf(probe);
+    if (it == set_.end() || Less{}(probe, *it)) {
+      lastInsert_ = set_.emplace_hint(it, Node{probe.hash, value_type(k, std::move(v))});
     } else {
       if constexpr (std::equality_comparable<V>) {
         if (it->kv.second == v) {
@@ -152,7 +154,7 @@ class WatchedMap {
       return false;
     }
     K key = it->kv.first;
-    set_.erase(it);
+    erase(it);
     changed(key);
     return true;
   }
@@ -161,7 +163,7 @@ class WatchedMap {
   void clear() {
     while (!set_.empty()) {
       K key = set_.begin()->kv.first;
-      set_.erase(set_.begin());
+      erase(set_.begin());
       changed(key);
     }
   }
@@ -197,12 +199,32 @@ class WatchedMap {
  private:
   friend struct WatchedMapTestAccess;
 
+  // The first node not before `probe`: the one after the last insert when `probe` falls between
+  // the two, else found by a descent.
+  typename Set::iterator placeOf(const Probe& probe) {
+    if (lastInsert_ != set_.end() && Less{}(*lastInsert_, probe)) {
+      auto next = std::next(lastInsert_);
+      if (next == set_.end() || !Less{}(*next, probe)) {
+        return next;
+      }
+    }
+    return set_.lower_bound(probe);
+  }
+
+  void erase(typename Set::iterator it) {
+    if (it == lastInsert_) {
+      lastInsert_ = set_.end();
+    }
+    set_.erase(it);
+  }
+
   void changed(const K& k) {
     version_ = (version_ + 1) & versionMask;
     changes_.publish(k);
   }
 
   Set set_;
+  typename Set::iterator lastInsert_ = set_.end();  // end() when none, or erased since
   U32 version_ = 0;
   mutable Quill::Publisher<K> changes_;
 };

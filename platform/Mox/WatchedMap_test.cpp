@@ -74,6 +74,40 @@ TEST_F(WatchedMapTest, OrderDependsOnTheKeysAloneNotOnInsertionOrder) {
   EXPECT_NE(keysOf(map_), sorted) << "order is by hash first, not by key";
 }
 
+// set() places a key after the one inserted last without a descent when it belongs there; any
+// other order, deletions of that key, and replacements must give the same map.
+TEST_F(WatchedMapTest, SettingInIterationOrderOrAnyOtherGivesTheSameMap) {
+  Fill(500);
+  const std::vector<IntfId> order = keysOf(map_);
+  std::vector<IntfId> shuffled = order;
+  std::reverse(shuffled.begin(), shuffled.begin() + 100);
+  std::rotate(shuffled.begin() + 100, shuffled.begin() + 300, shuffled.end());
+
+  IfIndexMap inOrder, mixed;
+  for (size_t i = 0; i < order.size(); ++i) {
+    EXPECT_TRUE(inOrder.set(order[i], 1000 + order[i].value()));
+    EXPECT_TRUE(mixed.set(shuffled[i], 1000 + shuffled[i].value()));
+    if (i % 7 == 3) {  // the key just inserted goes, and comes back on the next round
+      EXPECT_TRUE(inOrder.del(order[i]));
+      EXPECT_TRUE(inOrder.set(order[i], 1));
+      EXPECT_TRUE(inOrder.set(order[i], 1000 + order[i].value()));  // replaced in place
+    }
+    if (i % 11 == 5) {  // a key inserted earlier goes; the next insert lands after it
+      IntfId gone = order[i / 2];
+      EXPECT_TRUE(inOrder.del(gone));
+      EXPECT_TRUE(inOrder.set(gone, 1000 + gone.value()));
+    }
+  }
+  EXPECT_FALSE(inOrder.set(order[0], 1000 + order[0].value())) << "the same value is no change";
+  EXPECT_EQ(keysOf(inOrder), order);
+  EXPECT_EQ(keysOf(mixed), order);
+  for (const IntfId& k : order) {
+    ASSERT_NE(inOrder.find(k), nullptr);
+    EXPECT_EQ(*inOrder.find(k), 1000 + k.value());
+    EXPECT_EQ(*mixed.find(k), 1000 + k.value());
+  }
+}
+
 TEST_F(WatchedMapTest, ResumingAtADeletedBookmarkVisitsEveryRemainingKeyOnce) {
   Fill(200);
   std::multiset<IntfId> visited;
