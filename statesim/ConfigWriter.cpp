@@ -85,12 +85,17 @@ void ConfigWriter::classMapIs(const State& state, const QosSnmp::ClassMapTableIn
     return;
   }
 
-  Quill::Ptr<Qos::ClassMapStatus const> status = classMaps_.set(
-      index, *classMap, [&] { return Quill::make<Qos::ClassMapStatus>(classMap->name); },
-      [](Qos::ClassMapStatus& s, const ClassMapState& values) {
-        s.nameIs(values.name);
-        s.matchConditionIs(values.matchCondition);
-      });
+  // The object holds all the map's values it shows: what changed is written into it in place.
+  Quill::Ptr<Qos::ClassMapStatus> object = classMaps_.set(
+      index, {}, [&] { return Quill::make<Qos::ClassMapStatus>(classMap->name); },
+      [](Qos::ClassMapStatus&, NoValues) {});
+  if (object->name() != classMap->name) {
+    object->nameIs(classMap->name);
+  }
+  if (object->matchCondition() != classMap->matchCondition) {
+    object->matchConditionIs(classMap->matchCondition);
+  }
+  Quill::Ptr<Qos::ClassMapStatus const> status = object;
   STATESIM_SYNC_ROW(mib, classMapTable, index, status);
   for (const auto& [matchIndex, match] : classMap->matches) {
     QosSnmp::ClassMapMatchTableIndex key(index.classMapId, index.classMapType, matchIndex);

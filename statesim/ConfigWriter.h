@@ -64,7 +64,7 @@ class ConfigWriter {
   using ClassActionKey = std::pair<QosSnmp::PolicyMapTableIndex, Snmp::String>;
 
   Quill::Ptr<Qos::HwStatus> hwStatus_;
-  StatusObjects<QosSnmp::ClassMapTableIndex, Qos::ClassMapStatus, ClassMapState> classMaps_;
+  StatusObjects<QosSnmp::ClassMapTableIndex, Qos::ClassMapStatus> classMaps_;
   StatusObjects<QosSnmp::ClassMapMatchTableIndex, Qos::ClassMapMatch, MatchState> matches_;
   StatusObjects<QosSnmp::PolicyMapTableIndex, Qos::PolicyMapStatus, Mox::String> policyMaps_;
   StatusObjects<ClassActionKey, Qos::ClassAction> classActions_;
