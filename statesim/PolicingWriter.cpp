@@ -48,33 +48,64 @@ Qos::IntfPolicerInfoStatus::PolicerNameMap policerNames(const IntfPolicerState& 
   return names;
 }
 
-// Sorts `keys` by (goes first, the collection's order), where `goes(key)` tells a key without an
-// entry in the new state and `rank(key)` orders it as its collection does (its ordering hash),
-// ties broken by the key.
-template <typename Key, typename Goes, typename Rank>
-void orderKeys(std::vector<Key>& keys, Goes goes, Rank rank) {
+// The entry of each of `keys` in `map` (null when it has none). The keys come in sorted runs
+// (those that go, then those that come or change) and the map is sorted, so a walk along the map
+// finds them: a step or two per key, a descent only where a run starts again.
+template <typename Key, typename Map>
+std::vector<const typename Map::mapped_type*> locate(const std::vector<Key>& keys, const Map& map) {
+  std::vector<const typename Map::mapped_type*> entries;
+  entries.reserve(keys.size());
+  auto at = map.begin();
+  for (const Key& key : keys) {
+    for (int step = 0; at != map.end() && at->first < key && step < 4; ++step) {
+      ++at;
+    }
+    if (at == map.end() || at->first != key) {
+      at = map.lower_bound(key);
+    }
+    entries.push_back(at != map.end() && at->first == key ? &at->second : nullptr);
+  }
+  return entries;
+}
+
+// Sorts `keys` and their `entries` by (goes first, the collection's order), where a key goes
+// when it has no entry (or `goes(entry)` says so) and `rank(key)` orders it as its collection
+// does (its ordering hash), ties broken by the key.
+template <typename Key, typename Entry, typename Rank, typename Goes>
+void sortKeys(std::vector<Key>& keys, std::vector<const Entry*>& entries, Rank rank, Goes goes) {
   struct Sorted {
     bool comes;
     U64 rank;
-    const Key* key;
+    U32 at;
   };
   std::vector<Sorted> sorted;
   sorted.reserve(keys.size());
-  for (const Key& key : keys) {
-    sorted.push_back({!goes(key), rank(key), &key});
+  for (U32 at = 0; at < keys.size(); ++at) {
+    sorted.push_back({entries[at] && !goes(*entries[at]), rank(keys[at]), at});
   }
-  std::sort(sorted.begin(), sorted.end(), [](const Sorted& a, const Sorted& b) {
+  std::sort(sorted.begin(), sorted.end(), [&](const Sorted& a, const Sorted& b) {
     if (a.comes != b.comes || a.rank != b.rank) {
       return std::tie(a.comes, a.rank) < std::tie(b.comes, b.rank);
     }
-    return *a.key < *b.key;
+    return keys[a.at] < keys[b.at];
   });
-  std::vector<Key> ordered;
-  ordered.reserve(keys.size());
+  std::vector<Key> orderedKeys;
+  std::vector<const Entry*> orderedEntries;
+  orderedKeys.reserve(keys.size());
+  orderedEntries.reserve(keys.size());
   for (const Sorted& s : sorted) {
-    ordered.push_back(std::move(*const_cast<Key*>(s.key)));
+    orderedKeys.push_back(std::move(keys[s.at]));
+    orderedEntries.push_back(entries[s.at]);
   }
-  keys = std::move(ordered);
+  keys = std::move(orderedKeys);
+  entries = std::move(orderedEntries);
+}
+
+template <typename Key, typename Map, typename Rank>
+void orderKeys(std::vector<Key>& keys, std::vector<const typename Map::mapped_type*>& entries,
+               const Map& map, Rank rank) {
+  entries = locate(keys, map);
+  sortKeys(keys, entries, rank, [](const auto&) { return false; });
 }
 
 }  // namespace
@@ -82,28 +113,26 @@ void orderKeys(std::vector<Key>& keys, Goes goes, Rank rank) {
 void orderAsTheCollections(StateEdits& edits) {
   StateDiff& d = edits.diff;
   const State& values = edits.values;
-  orderKeys(
-      d.profiles, [&](const PolicerName& name) { return !values.policerProfiles.contains(name); },
-      Qos::PolicingStatus::ProfileColl::keyHash);
-  orderKeys(
-      d.instances, [&](const PolicerName& name) { return !values.policerInstances.contains(name); },
-      Qos::PolicingStatus::PolicerInstanceColl::keyHash);
+  EditEntries& e = edits.entries;
+  orderKeys(d.profiles, e.profiles, values.policerProfiles,
+            Qos::PolicingStatus::ProfileColl::keyHash);
+  orderKeys(d.instances, e.instances, values.policerInstances,
+            Qos::PolicingStatus::PolicerInstanceColl::keyHash);
   // Input and output policers go into two collections: each direction's keys together, each in
   // its collection's order.
-  orderKeys(
-      d.intfPolicers,
-      [&](const IntfPolicerKey& key) { return !values.interfacePolicers.contains(key); },
-      [](const IntfPolicerKey& key) {
-        const U64 output = key.direction == Qos::Direction::directionOutput_;
-        return output << 32 | Qos::PolicingStatus::IntfPolicerColl::keyHash(key.pair());
-      });
-  orderKeys(
-      d.ifIndexes,
-      [&](Linko::IntfId intf) {
-        auto it = values.interfaces.find(intf);
-        return it == values.interfaces.end() || !it->second.ifIndex;
-      },
-      IntfSnmp::IfMib::IfIndexByIntfIdColl::keyHash);
+  orderKeys(d.intfPolicers, e.intfPolicers, values.interfacePolicers,
+            [](const IntfPolicerKey& key) {
+              const U64 output = key.direction == Qos::Direction::directionOutput_;
+              return output << 32 | Qos::PolicingStatus::IntfPolicerColl::keyHash(key.pair());
+            });
+  // ifIndex edits come with the interfaces section whole (qosMibChanged); an interface without
+  // an ifIndex loses its entry in the map.
+  e.ifIndexes = locate(d.ifIndexes, values.interfaces);
+  sortKeys(d.ifIndexes, e.ifIndexes, IntfSnmp::IfMib::IfIndexByIntfIdColl::keyHash,
+           [](const InterfaceState& intf) { return !intf.ifIndex; });
+  if (!d.qosMibChanged) {
+    e.ifIndexes.clear();  // the interfaces are those in force: looked up where applied
+  }
 }
 
 PolicingWriter::PolicingWriter()
@@ -119,36 +148,49 @@ void PolicingWriter::lagCountersIs(bool perMember) {
 }
 
 void PolicingWriter::profileIs(const State& state, const PolicerName& name) {
-  auto it = state.policerProfiles.find(name);
-  if (it == state.policerProfiles.end()) {
+  profileIs(entryOf(state.policerProfiles, name), name);
+}
+
+void PolicingWriter::instanceIs(const State& state, const PolicerName& name) {
+  instanceIs(entryOf(state.policerInstances, name), name);
+}
+
+void PolicingWriter::intfPolicerIs(const State& state, const IntfPolicerKey& key) {
+  intfPolicerIs(entryOf(state.interfacePolicers, key), key);
+}
+
+void PolicingWriter::ifIndexIs(const State& state, Linko::IntfId intf) {
+  ifIndexIs(entryOf(state.interfaces, intf), intf);
+}
+
+void PolicingWriter::profileIs(const PolicerProfileState* entry, const PolicerName& name) {
+  if (!entry) {
     QTRACE(trace(), 7, "Deleting policer profile {}", name);
     policing_->profileDel(name);
     return;
   }
-  const PolicerProfileState& profile = it->second;
+  const PolicerProfileState& profile = *entry;
   auto object = Quill::make<InterfacePolicing::PolicerProfile>(
       name, profile.rates ? rateBurst(*profile.rates) : nullptr);
   QTRACE(trace(), 7, "Setting {}", *object);
   policing_->profileIs(name, std::move(object));
 }
 
-void PolicingWriter::instanceIs(const State& state, const PolicerName& name) {
-  auto it = state.policerInstances.find(name);
-  if (it == state.policerInstances.end()) {
+void PolicingWriter::instanceIs(const PolicerInstanceState* entry, const PolicerName& name) {
+  if (!entry) {
     QTRACE(trace(), 7, "Deleting policer instance {}", name);
     policing_->policerInstanceDel(name);
     return;
   }
-  auto object = Quill::make<InterfacePolicing::PolicerInstance>(name, it->second.profile);
+  auto object = Quill::make<InterfacePolicing::PolicerInstance>(name, entry->profile);
   QTRACE(trace(), 7, "Setting {}", *object);
   policing_->policerInstanceIs(name, std::move(object));
 }
 
-void PolicingWriter::intfPolicerIs(const State& state, const IntfPolicerKey& key) {
+void PolicingWriter::intfPolicerIs(const IntfPolicerState* entry, const IntfPolicerKey& key) {
   const bool input = key.direction == Qos::Direction::directionInput_;
   const auto& coll = input ? policing_->intfPolicer() : policing_->intfPolicerOutput();
-  auto it = state.interfacePolicers.find(key);
-  if (it == state.interfacePolicers.end()) {
+  if (!entry) {
     QTRACE(trace(), 7, "Deleting {} policer of {}", directionName(key.direction), key.pair());
     counters_.del(key);
     if (input) {
@@ -158,7 +200,7 @@ void PolicingWriter::intfPolicerIs(const State& state, const IntfPolicerKey& key
     }
     return;
   }
-  const IntfPolicerState& policer = it->second;
+  const IntfPolicerState& policer = *entry;
   // Counts are written into the live counters in place; a status object made below takes them.
   Quill::Ptr<Qos::IntfPolicerCounters const> counters;
   if (policer.counters) {
@@ -184,15 +226,14 @@ void PolicingWriter::intfPolicerIs(const State& state, const IntfPolicerKey& key
   }
 }
 
-void PolicingWriter::ifIndexIs(const State& state, Linko::IntfId intf) {
-  auto it = state.interfaces.find(intf);
-  if (it == state.interfaces.end() || !it->second.ifIndex) {
+void PolicingWriter::ifIndexIs(const InterfaceState* entry, Linko::IntfId intf) {
+  if (!entry || !entry->ifIndex) {
     QTRACE(trace(), 7, "Deleting the ifIndex of {}", intf);
     ifMib_->ifIndexByIntfIdDel(intf);
     return;
   }
-  QTRACE(trace(), 7, "Setting the ifIndex of {} to {}", intf, *it->second.ifIndex);
-  ifMib_->ifIndexByIntfIdIs(intf, *it->second.ifIndex);
+  QTRACE(trace(), 7, "Setting the ifIndex of {} to {}", intf, *entry->ifIndex);
+  ifMib_->ifIndexByIntfIdIs(intf, *entry->ifIndex);
 }
 
 void PolicingWriter::restart() {

@@ -40,8 +40,13 @@ class PolicingWriter {
   // Empty status objects; the Status holds the policing status from here on.
   PolicingWriter();
 
-  // The edits: each makes one key's entry what `state` says (absent: deleted).
+  // The edits: each makes one key's entry what `entry` says (null: deleted), or what `state`
+  // says (absent: deleted).
   void lagCountersIs(bool perMember);
+  void profileIs(const PolicerProfileState* entry, const InterfacePolicing::PolicerName& name);
+  void instanceIs(const PolicerInstanceState* entry, const InterfacePolicing::PolicerName& name);
+  void intfPolicerIs(const IntfPolicerState* entry, const IntfPolicerKey& key);
+  void ifIndexIs(const InterfaceState* entry, Linko::IntfId intf);
   void profileIs(const State& state, const InterfacePolicing::PolicerName& name);
   void instanceIs(const State& state, const InterfacePolicing::PolicerName& name);
   void intfPolicerIs(const State& state, const IntfPolicerKey& key);
@@ -80,10 +85,11 @@ class PolicingWriter {
 };
 
 // Orders the keys of the edits' policing sections and ifIndex map as the collections they are
-// written into iterate (their hash order in this process), the keys that go before those that come
-// or change as before: applied in that order, each insert lands right after the previous one
-// instead of at a random place in a large collection. Pure reordering, safe on any thread of the
-// process that applies the edits.
+// written into iterate (their hash order in this process), the keys that go before those that
+// come or change as before, and sets edits.entries to where each key's entry is: applied in that
+// order, each insert lands right after the previous one instead of at a random place in a large
+// collection, and nothing is looked up. Safe on any thread of the process that applies the
+// edits (the loader's).
 void orderAsTheCollections(StateEdits& edits);
 
 }  // namespace StateSim

@@ -323,6 +323,27 @@ TEST_F(PolicingWriterTest, EditsOrderedAsTheCollectionsGoFirstAndEndTheSame) {
   EXPECT_EQ(sortedCopy(d.intfPolicers), sortedCopy(diffed.intfPolicers));
   EXPECT_EQ(sortedCopy(d.ifIndexes), sortedCopy(diffed.ifIndexes));
 
+  // Each key's entry is found beside it: null for those that go, else the entry in the values.
+  ASSERT_EQ(edits.entries.profiles.size(), d.profiles.size());
+  ASSERT_EQ(edits.entries.intfPolicers.size(), d.intfPolicers.size());
+  ASSERT_EQ(edits.entries.ifIndexes.size(), d.ifIndexes.size());
+  for (size_t i = 0; i < d.profiles.size(); ++i) {
+    EXPECT_EQ(edits.entries.profiles[i],
+              StateSim::entryOf(edits.values.policerProfiles, d.profiles[i]));
+    EXPECT_EQ(edits.entries.profiles[i] == nullptr, i < 20);
+  }
+  for (size_t i = 0; i < d.intfPolicers.size(); ++i) {
+    EXPECT_EQ(edits.entries.intfPolicers[i],
+              StateSim::entryOf(edits.values.interfacePolicers, d.intfPolicers[i]));
+  }
+  for (size_t i = 0; i < d.ifIndexes.size(); ++i) {
+    EXPECT_EQ(edits.entries.ifIndexes[i],
+              StateSim::entryOf(edits.values.interfaces, d.ifIndexes[i]));
+  }
+  const StateSim::StateEdits copy = edits;  // its pointers would name the original's values
+  EXPECT_TRUE(copy.entries.profiles.empty());
+  EXPECT_EQ(copy, edits);
+
   // Applied, they end where the edits as diffed end.
   source.editsIs(std::move(edits));
   source.applyEdits([] { return false; });

@@ -294,6 +294,13 @@ class StateFileError : public std::runtime_error {
   std::string where_;
 };
 
+// The entry of `key` in one of a State's maps, or null.
+template <typename Map>
+const typename Map::mapped_type* entryOf(const Map& map, const typename Map::key_type& key) {
+  auto it = map.find(key);
+  return it == map.end() ? nullptr : &it->second;
+}
+
 // Parses the text of a state file; `file` names it in errors.
 State parseState(std::string_view text, const std::string& file);
 // Reads and parses the state file at `path`; an unreadable file or a directory is a

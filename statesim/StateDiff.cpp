@@ -92,7 +92,7 @@ StateDiff diff(const State& before, const State& after, bool first) {
 }
 
 StateEdits editsFrom(const State& before, const State& after, bool first) {
-  StateEdits edits{diff(before, after, first), State{}};
+  StateEdits edits{diff(before, after, first), State{}, {}};
   const StateDiff& d = edits.diff;
   State& v = edits.values;
   v.qosAgentRestarts = after.qosAgentRestarts;

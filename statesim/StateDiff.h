@@ -57,11 +57,36 @@ struct StateDiff {
 // when qosMibChanged, the QoS MIB's sections whole (interfaces, class maps, policy maps, service
 // policies, class counters, ECN counters and queues). What the state reader process hands the
 // agent: it carries what changed, not the file.
+//
+// `entries` says where the entries of the policing keys and ifIndex edits are in `values`, one
+// per key in the diff's order (null: the key has none, it goes), so that applying them looks
+// nothing up; orderAsTheCollections (PolicingWriter.h) fills it off the agent's thread. Empty
+// lists mean "look the key up". It is derived from the rest and not part of the edits' value:
+// equality ignores it, and a copy of the edits has none (its pointers would name the original).
+struct EditEntries {
+  std::vector<const PolicerProfileState*> profiles;
+  std::vector<const PolicerInstanceState*> instances;
+  std::vector<const IntfPolicerState*> intfPolicers;
+  std::vector<const InterfaceState*> ifIndexes;
+
+  EditEntries() = default;
+  EditEntries(const EditEntries&) noexcept {}
+  EditEntries& operator=(const EditEntries&) noexcept {
+    *this = EditEntries();
+    return *this;
+  }
+  EditEntries(EditEntries&&) noexcept = default;
+  EditEntries& operator=(EditEntries&&) noexcept = default;
+};
+
 struct StateEdits {
   StateDiff diff;
   State values;
+  EditEntries entries;
 
-  friend bool operator==(const StateEdits&, const StateEdits&) = default;
+  friend bool operator==(const StateEdits& a, const StateEdits& b) {
+    return a.diff == b.diff && a.values == b.values;
+  }
 };
 
 // The most restarts one State plays.

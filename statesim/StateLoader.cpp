@@ -298,7 +298,7 @@ int serveStateReads(const std::string& path, int in, int out) {
         payload = encode(editsFrom(*previous, state, false));
         previous = std::move(state);
       } else {  // the first edits carry the whole state: no copy of it is made
-        StateEdits edits{diff(State{}, state, true), std::move(state)};
+        StateEdits edits{diff(State{}, state, true), std::move(state), {}};
         payload = encode(edits);
         previous = std::move(edits.values);
       }

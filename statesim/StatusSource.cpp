@@ -131,15 +131,31 @@ bool StatusSource::applyStep(Pending& p, size_t step) {
     step -= keys.size();
     return false;
   };
+  // A policing key's entry: where the loader found it, else looked up.
+  const EditEntries& at = p.edits->entries;
+  auto entry = [&step](const auto& located, const auto& map, const auto& key) {
+    return located.empty() ? entryOf(map, key) : located[step];
+  };
   if (edit(d.classMaps,
            [&](const auto& index) {
              mergeEntry(state_.classMaps, values.classMaps, index);
              config_.classMapIs(state_, index, *qosMib_);
            }) ||
-      edit(d.profiles, [&](const auto& name) { policing_.profileIs(values, name); }) ||
-      edit(d.instances, [&](const auto& name) { policing_.instanceIs(values, name); }) ||
-      edit(d.intfPolicers, [&](const auto& key) { policing_.intfPolicerIs(values, key); }) ||
-      edit(d.ifIndexes, [&](const auto& intf) { policing_.ifIndexIs(state_, intf); })) {
+      edit(d.profiles,
+           [&](const auto& name) {
+             policing_.profileIs(entry(at.profiles, values.policerProfiles, name), name);
+           }) ||
+      edit(d.instances,
+           [&](const auto& name) {
+             policing_.instanceIs(entry(at.instances, values.policerInstances, name), name);
+           }) ||
+      edit(d.intfPolicers,
+           [&](const auto& key) {
+             policing_.intfPolicerIs(entry(at.intfPolicers, values.interfacePolicers, key), key);
+           }) ||
+      edit(d.ifIndexes, [&](const auto& intf) {
+        policing_.ifIndexIs(entry(at.ifIndexes, state_.interfaces, intf), intf);
+      })) {
     return true;
   }
   // Last, once the state in force is the new one whole: the restarts of the QoS agent.
