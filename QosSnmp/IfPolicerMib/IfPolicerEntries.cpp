@@ -17,15 +17,22 @@ void IntfPolicerInfoStatusColl::intfPolicerInfoStatusCollIs(
     Linko::IntfId id, Quill::Ptr<Qos::IntfPolicerInfoStatus const> status) {
   if (!status) {
     members_.del(id);
-    return;
+  } else {
+    members_.set(id, std::move(status));
   }
-  members_.set(id, std::move(status));
+  firstChanged();
+}
+
+void IntfPolicerInfoStatusColl::firstChanged() noexcept {
+  first_ = members_.empty() ? nullptr : members_.begin()->second.get();
+  firstCounters_ = first_ ? first_->counters().get() : nullptr;
 }
 
 Quill::Ptr<Qos::IntfPolicerInfoStatus const>
 IntfPolicerInfoStatusColl::intfPolicerInfoStatusCollDel(Linko::IntfId id) {
   Quill::Ptr<Qos::IntfPolicerInfoStatus const> status = intfPolicerInfoStatusColl(id);
   members_.del(id);
+  firstChanged();
   return status;
 }
 
@@ -34,11 +41,11 @@ Quill::Ptr<IntfPolicerInfoStatusColl> IntfPolicerInfoStatusCollIs() {
 }
 
 Mox::String IfPolicerStatsTableEntry::firstMemberName(InterfacePolicing::PolicerType type) const {
-  if (!intfPolicerInfoStatusColl() ||
-      intfPolicerInfoStatusColl()->intfPolicerInfoStatusColl().empty()) {
+  const Qos::IntfPolicerInfoStatus* first =
+      intfPolicerInfoStatusColl() ? intfPolicerInfoStatusColl()->first() : nullptr;
+  if (!first) {
     return {};
   }
-  const auto& first = intfPolicerInfoStatusColl()->intfPolicerInfoStatusColl().begin()->second;
   const InterfacePolicing::PolicerName* name = first->policerName(type);
   return name ? name->str() : Mox::String();
 }

@@ -24,7 +24,9 @@ namespace QosSnmp {
 // map's order: by the member's hash seeded per process (the process hash seed XOR 0x1e0f1c2f),
 // then by member, so it does not depend on the order of edits but differs between runs; the
 // "first member" is the first one it yields. Never holds a null status. Nothing subscribes to
-// the members: rows read them when asked. Agent's thread only.
+// the members: rows read them when asked. The first member's status and counters are also kept
+// beside the map, so that a row of a plain port (one member) reaches its counts in two steps, not
+// through the map's node and the status. Agent's thread only.
 class IntfPolicerInfoStatusColl : public Quill::Object,
                                   private Mox::Tracked<IntfPolicerInfoStatusColl> {
  public:
@@ -41,10 +43,21 @@ class IntfPolicerInfoStatusColl : public Quill::Object,
                                    Quill::Ptr<Qos::IntfPolicerInfoStatus const> status);
   // Removes the member and returns its status; null when absent.
   Quill::Ptr<Qos::IntfPolicerInfoStatus const> intfPolicerInfoStatusCollDel(Linko::IntfId id);
-  void intfPolicerInfoStatusCollDelAll() { members_.clear(); }
+  void intfPolicerInfoStatusCollDelAll() {
+    members_.clear();
+    firstChanged();
+  }
+  // The first member's status and its counters; null when there is no member (or, for the
+  // counters, when it has none).
+  const Qos::IntfPolicerInfoStatus* first() const noexcept { return first_; }
+  const Qos::IntfPolicerCounters* firstCounters() const noexcept { return firstCounters_; }
 
  private:
+  void firstChanged() noexcept;
+
   Map members_;
+  const Qos::IntfPolicerInfoStatus* first_ = nullptr;        // held by members_
+  const Qos::IntfPolicerCounters* firstCounters_ = nullptr;  // held by *first_
 };
 
 Quill::Ptr<IntfPolicerInfoStatusColl> IntfPolicerInfoStatusCollIs();
@@ -92,8 +105,13 @@ class IfPolicerStatsTableEntry
 
 template <auto Counter>
 U64 IfPolicerStatsTableEntry::sum() const {
-  if (!intfPolicerInfoStatusColl()) {
+  const IntfPolicerInfoStatusColl* coll = intfPolicerInfoStatusColl().get();
+  if (!coll) {
     return 0;
+  }
+  if (coll->intfPolicerInfoStatusColl().size() == 1) {  // a plain port: its counts, if any
+    const Qos::IntfPolicerCounters* counters = coll->firstCounters();
+    return counters ? (counters->*Counter)() : 0;
   }
   U64 total = 0;
   for (const auto& [member, status] : intfPolicerInfoStatusColl()->intfPolicerInfoStatusColl()) {

@@ -118,11 +118,30 @@ TEST_F(IfPolicerStatsTableEntryTest, NoMembersReadZeroAndEmptyNames) {
   }
 }
 
+// The collection keeps its first member beside the map: every edit must keep it current.
 TEST_F(IfPolicerStatsTableEntryTest, RowReadsTheCollectionAsItIsNow) {
   auto row = Row(false);
   coll->intfPolicerInfoStatusCollIs(a, Status("p", 3));
   EXPECT_EQ(row->pktsDropped(), 3U);
   EXPECT_EQ(row->ifIndex(), 7U);
+  coll->intfPolicerInfoStatusCollIs(a, Status("q", 20));  // replaced
+  EXPECT_EQ(Counts(*row), Expected(20));
+  EXPECT_EQ(row->policerProfile(), "q");
+  coll->intfPolicerInfoStatusCollIs(a, Status("q", 0));  // without counters now
+  EXPECT_EQ(Counts(*row), std::vector<U64>(6, 0));
+  coll->intfPolicerInfoStatusCollIs(b, Status("r", 30));  // a second member: a port channel
+  EXPECT_EQ(Counts(*row), Expected(30));
+  EXPECT_EQ(row->policerProfile(), Order().front() == a ? "q" : "r");
+  coll->intfPolicerInfoStatusCollDel(a);  // b alone again
+  EXPECT_EQ(Counts(*row), Expected(30));
+  EXPECT_EQ(row->policerProfile(), "r");
+  coll->intfPolicerInfoStatusCollIs(b, nullptr);
+  EXPECT_EQ(Counts(*row), std::vector<U64>(6, 0));
+  EXPECT_EQ(row->policerProfile(), "");
+  coll->intfPolicerInfoStatusCollIs(a, Status("s", 40));
+  coll->intfPolicerInfoStatusCollDelAll();
+  EXPECT_EQ(Counts(*row), std::vector<U64>(6, 0));
+  EXPECT_EQ(row->groupPolicer(), "");
 }
 
 TEST(IntfPolicerInfoStatusCollTest, NullStatusRemovesAPresentMemberAndIgnoresAnAbsentOne) {
