@@ -159,10 +159,6 @@ void PolicingWriter::intfPolicerIs(const State& state, const IntfPolicerKey& key
   intfPolicerIs(entryOf(state.interfacePolicers, key), key);
 }
 
-void PolicingWriter::ifIndexIs(const State& state, Linko::IntfId intf) {
-  ifIndexIs(entryOf(state.interfaces, intf), intf);
-}
-
 void PolicingWriter::profileIs(const PolicerProfileState* entry, const PolicerName& name) {
   if (!entry) {
     QTRACE(trace(), 7, "Deleting policer profile {}", name);

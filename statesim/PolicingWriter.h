@@ -40,17 +40,13 @@ class PolicingWriter {
   // Empty status objects; the Status holds the policing status from here on.
   PolicingWriter();
 
-  // The edits: each makes one key's entry what `entry` says (null: deleted), or what `state`
-  // says (absent: deleted).
+  // The edits: each makes one key's entry what `entry` says (null: deleted; an interface without
+  // an ifIndex loses its entry in the ifIndex map).
   void lagCountersIs(bool perMember);
   void profileIs(const PolicerProfileState* entry, const InterfacePolicing::PolicerName& name);
   void instanceIs(const PolicerInstanceState* entry, const InterfacePolicing::PolicerName& name);
   void intfPolicerIs(const IntfPolicerState* entry, const IntfPolicerKey& key);
   void ifIndexIs(const InterfaceState* entry, Linko::IntfId intf);
-  void profileIs(const State& state, const InterfacePolicing::PolicerName& name);
-  void instanceIs(const State& state, const InterfacePolicing::PolicerName& name);
-  void intfPolicerIs(const State& state, const IntfPolicerKey& key);
-  void ifIndexIs(const State& state, Linko::IntfId intf);
   // A restart of the QoS agent: its policing status is published anew, a new
   // Qos::PolicingStatus whose profiles, instances and interface policers (and their counters) are
   // all new objects with the values of those they replace (the counters with the counts the
@@ -76,6 +72,11 @@ class PolicingWriter {
   }
 
  private:
+  // The edits, with `state`'s entry of the key (absent: deleted).
+  void profileIs(const State& state, const InterfacePolicing::PolicerName& name);
+  void instanceIs(const State& state, const InterfacePolicing::PolicerName& name);
+  void intfPolicerIs(const State& state, const IntfPolicerKey& key);
+
   Quill::Ptr<Qos::Status> status_;
   Quill::Ptr<Qos::PolicingStatus> policing_;
   Quill::Ptr<Qos::AclHwStatus> aclHwStatus_;
