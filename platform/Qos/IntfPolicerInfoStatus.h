@@ -7,8 +7,8 @@
 // readers hold the status.
 #pragma once
 
-#include <map>
-
+#include <boost/container/flat_map.hpp>
+#include <boost/container/small_vector.hpp>
 #include <fmt/format.h>
 
 #include "InterfacePolicing/PolicerName.h"
@@ -47,7 +47,10 @@ class IntfPolicerCounters : public Quill::Object {
 
 class IntfPolicerInfoStatus : public Quill::Object {
  public:
-  using PolicerNameMap = std::map<InterfacePolicing::PolicerType, InterfacePolicing::PolicerName>;
+  // A member has a profile and at most a group policer: the names live inside the status
+  // object, in type order, without a node per name.
+  using PolicerNameMap = boost::container::small_flat_map<InterfacePolicing::PolicerType,
+                                                          InterfacePolicing::PolicerName, 2>;
 
   IntfPolicerInfoStatus(PolicerNameMap policerName,
                         Quill::Ptr<IntfPolicerCounters const> counters = nullptr)
