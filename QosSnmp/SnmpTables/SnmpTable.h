@@ -12,6 +12,9 @@
 //    table's version; while the version is unchanged getNextDataPoint steps to the in-order
 //    successor, otherwise it searches for the first row after the current one, so a walk
 //    neither repeats nor skips rows that exist throughout it.
+//  - A walk asks for a loop context and a data context per varbind and frees them with the
+//    request, so contexts come from a free list of their own (ContextStore): after the first
+//    varbinds a walk allocates none.
 //  - Each iterator event is counted in the table's Snmp::TableCounters (types 0-5).
 //  - The handler encodes the requested column from the row's accessor; a failed conversion or
 //    an over-long string fails the request with genErr, an unknown column answers
@@ -23,11 +26,14 @@
 #pragma once
 
 #include <algorithm>
+#include <new>
 #include <optional>
 #include <string>
 #include <tuple>
+#include <utility>
 
 #include <fmt/format.h>
+#include <sanitizer/asan_interface.h>
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
 #include <net-snmp/agent/net-snmp-agent-includes.h>
@@ -35,12 +41,51 @@
 #include "QosSnmp/SnmpTables/IndexText.h"
 #include "QosSnmp/SnmpTables/SnmpTableDesc.h"
 #include "QosSnmp/SnmpTables/Trace.h"
+#include "Quill/Assert.h"
 #include "Quill/Exception.h"
 #include "Quill/Ptr.h"
 #include "Snmp/CordbUtil.h"
 #include "Snmp/RegVoidCollByContext.h"
 
 namespace QosSnmp {
+
+// Memory for the contexts of one record type: freed blocks are kept on a list and reused, so
+// the list holds at most as many blocks as were ever alive at once. A block on the list is
+// poisoned for the address sanitizer but for its link, so a context used after its release is
+// still caught. Agent's thread only.
+template <size_t Size>
+class ContextStore {
+ public:
+  ContextStore() = default;
+  ContextStore(const ContextStore&) = delete;
+  ContextStore& operator=(const ContextStore&) = delete;
+  ~ContextStore() {
+    while (free_) {
+      ::operator delete(take());
+    }
+  }
+
+  void* allocate() { return free_ ? take() : ::operator new(Size); }
+  void release(void* block) noexcept {
+    free_ = ::new (block) Block{free_};
+    ASAN_POISON_MEMORY_REGION(static_cast<char*>(block) + sizeof(Block), Size - sizeof(Block));
+  }
+
+ private:
+  struct Block {
+    Block* next;
+  };
+  static_assert(Size >= sizeof(Block));
+
+  void* take() noexcept {
+    Block* block = free_;
+    free_ = block->next;
+    ASAN_UNPOISON_MEMORY_REGION(block, Size);
+    return block;
+  }
+
+  Block* free_ = nullptr;
+};
 
 // Loop context and data context of a table's iterator callbacks.
 template <typename Desc>
@@ -50,6 +95,19 @@ struct TableContext {
   const Map* table = nullptr;
   Quill::Ptr<typename Desc::Entry> current;
   U32 version = 0;
+
+  static void* operator new(size_t size) {
+    QUILL_ASSERT(size == sizeof(TableContext));
+    return store().allocate();
+  }
+  static void operator delete(void* block) noexcept { store().release(block); }
+
+ private:
+  // Never destroyed: a request may free its data context while the library's statics go.
+  static auto& store() {
+    static auto* contexts = new ContextStore<sizeof(TableContext)>;
+    return *contexts;
+  }
 };
 
 // Iterator event counters.
