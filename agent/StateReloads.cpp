@@ -27,7 +27,7 @@ void StateReloads::resultReady() {
   if (applying_) {
     return;
   }
-  std::optional<StateSim::StateLoader::Result> result = loader_.take();
+  std::optional<StateSim::StateLoader::Result> result = loader_.take(applied_);
   if (!result) {
     return;
   }
@@ -36,10 +36,12 @@ void StateReloads::resultReady() {
     return;
   }
   if (result->whole && applied_) {
-    source_.editsIs(StateSim::editsFrom(source_.state(), result->edits->values, false));
-  } else {
-    source_.editsIs(std::move(*result->edits));
+    // A new reader's first result: compared with the state in force on the loader's thread,
+    // whose edits come as the next result.
+    loader_.compare(std::move(result->edits->values), source_.snapshot());
+    return;
   }
+  source_.editsIs(std::move(*result->edits));
   applying_ = true;
   task_->scheduleTask();
 }

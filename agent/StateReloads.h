@@ -9,8 +9,9 @@
 // one more read of the newest file. So the agent's thread spends on a reload what the change
 // costs, never what the file costs.
 //
-// A whole result (from a reader started again after one ended) is compared with the state in
-// force here, once, and applied as the edits that comparison finds.
+// A whole result (from a reader started again after one ended) goes back to the loader with a
+// copy of the state in force: the loader's thread compares the two, and the edits that comparison
+// finds come as the next result, applied like any other. Here the state is only copied.
 //
 // Events, on the agent's thread: applied(initial) once every edit of a result is applied
 // (initial: the file read at start), refused(error, initial) for a file that does not parse or

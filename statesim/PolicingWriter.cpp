@@ -251,10 +251,11 @@ void PolicingWriter::restart() {
   status_->policingStatusIs(policing_);
 }
 
-void PolicingWriter::policingStateOf(State& state) const {
-  state.policerProfiles.clear();
+PolicingSnapshot PolicingWriter::policingSnapshot() const {
+  PolicingSnapshot snapshot;
+  snapshot.profiles.reserve(policing_->profile().size());
   for (const auto& [name, profile] : policing_->profile()) {
-    PolicerProfileState& entry = state.policerProfiles[name];
+    PolicerProfileState& entry = snapshot.profiles.emplace_back(name, PolicerProfileState{}).second;
     if (const auto& r = profile->config()) {
       entry.rates = PolicerRatesState{.cir = r->cir(),
                                       .cirUnit = r->cirUnit(),
@@ -266,11 +267,12 @@ void PolicingWriter::policingStateOf(State& state) const {
                                       .beUnit = r->beUnit()};
     }
   }
-  state.policerInstances.clear();
+  snapshot.instances.reserve(policing_->policerInstance().size());
   for (const auto& [name, instance] : policing_->policerInstance()) {
-    state.policerInstances[name].profile = instance->profileName();
+    snapshot.instances.emplace_back(name, PolicerInstanceState{.profile = instance->profileName()});
   }
-  state.interfacePolicers.clear();
+  snapshot.intfPolicers.reserve(policing_->intfPolicer().size() +
+                                policing_->intfPolicerOutput().size());
   for (Qos::Direction direction :
        {Qos::Direction::directionInput_, Qos::Direction::directionOutput_}) {
     const auto& coll = direction == Qos::Direction::directionInput_
@@ -278,7 +280,7 @@ void PolicingWriter::policingStateOf(State& state) const {
                            : policing_->intfPolicerOutput();
     for (const auto& [pair, status] : coll) {
       const IntfPolicerKey key{pair.intfId, pair.memberId, direction};
-      IntfPolicerState& entry = state.interfacePolicers[key];
+      IntfPolicerState& entry = snapshot.intfPolicers.emplace_back(key, IntfPolicerState{}).second;
       if (const PolicerName* profile = status->policerName(PolicerType::policerTypeProfile)) {
         entry.profile = *profile;
       }
@@ -290,6 +292,7 @@ void PolicingWriter::policingStateOf(State& state) const {
       }
     }
   }
+  return snapshot;
 }
 
 void PolicingWriter::tick() {

@@ -54,11 +54,13 @@ class PolicingWriter {
   // Watchers see one change, of Qos::Status's policingStatus. The ifIndex map and the AclHwStatus
   // are not the QoS agent's and stay.
   void restart();
-  // Sets the policing sections of `state` (policerProfiles, policerInstances, interfacePolicers)
-  // to what the edits applied made them: read back from the status objects, the counts as last
-  // written (not as tick() has advanced them). The status objects are the only copy of these
-  // sections the source keeps.
-  void policingStateOf(State& state) const;
+  // The policing sections (policerProfiles, policerInstances, interfacePolicers) as the edits
+  // applied made them: read back from the status objects, the counts as last written (not as
+  // tick() has advanced them). The status objects are the only copy of these sections the source
+  // keeps. In the collections' order: no key is compared, so the time is the copy's alone.
+  PolicingSnapshot policingSnapshot() const;
+  // The same, placed into `state`.
+  void policingStateOf(State& state) const { placeInto(policingSnapshot(), state); }
   // Advances every interface policer's counters by one second of traffic.
   void tick();
 

@@ -1,5 +1,7 @@
 #include "State.h"
 
+#include <algorithm>
+
 #include "Excerpt.h"
 
 #include <cerrno>
@@ -107,6 +109,33 @@ State readStateFile(const std::string& path) {
     throw StateFileError(path, "read", "cannot read the file");
   }
   return parseState(text.str(), path);
+}
+
+namespace {
+
+// `section` made of `entries`: sorted, then each appended at the end of the map (no descent).
+template <typename Map, typename Entries>
+void placeSection(Entries&& entries, Map& section) {
+  std::sort(entries.begin(), entries.end(),
+            [](const auto& a, const auto& b) { return a.first < b.first; });
+  section.clear();
+  for (auto& entry : entries) {
+    section.emplace_hint(section.end(), std::move(entry));
+  }
+}
+
+}  // namespace
+
+void placeInto(PolicingSnapshot&& snapshot, State& state) {
+  placeSection(std::move(snapshot.profiles), state.policerProfiles);
+  placeSection(std::move(snapshot.instances), state.policerInstances);
+  placeSection(std::move(snapshot.intfPolicers), state.interfacePolicers);
+}
+
+State placed(StateSnapshot&& snapshot) {
+  State state = std::move(snapshot.rest);
+  placeInto(std::move(snapshot.policing), state);
+  return state;
 }
 
 }  // namespace StateSim

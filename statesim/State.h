@@ -307,4 +307,25 @@ State parseState(std::string_view text, const std::string& file);
 // StateFileError too.
 State readStateFile(const std::string& path);
 
+// A copy of the policing sections in no particular order, for placeInto() to sort into a
+// State: taking it on the agent's thread costs a copy, the sorting can go elsewhere.
+struct PolicingSnapshot {
+  std::vector<std::pair<InterfacePolicing::PolicerName, PolicerProfileState>> profiles;
+  std::vector<std::pair<InterfacePolicing::PolicerName, PolicerInstanceState>> instances;
+  std::vector<std::pair<IntfPolicerKey, IntfPolicerState>> intfPolicers;
+};
+
+// Replaces the policing sections of `state` with the snapshot's entries. Any thread.
+void placeInto(PolicingSnapshot&& snapshot, State& state);
+
+// A State taken apart for the agent's thread to copy cheaply: the policing sections as a
+// snapshot, the rest as it is.
+struct StateSnapshot {
+  State rest;  // its policing sections are empty
+  PolicingSnapshot policing;
+};
+
+// The State the snapshot was taken of. Any thread.
+State placed(StateSnapshot&& snapshot);
+
 }  // namespace StateSim

@@ -97,11 +97,12 @@ void StateLoader::request() {
   wake_.notify_all();
 }
 
-std::optional<StateLoader::Result> StateLoader::take() {
+std::optional<StateLoader::Result> StateLoader::take(bool compareWhole) {
   std::optional<Result> result;
   {
     std::lock_guard lock(mutex_);
     result.swap(result_);
+    held_ = compareWhole && result && result->whole && result->edits;
     char byte;
     while (::read(ready_[0], &byte, 1) == 1) {
     }
@@ -110,9 +111,18 @@ std::optional<StateLoader::Result> StateLoader::take() {
   return result;
 }
 
+void StateLoader::compare(State after, StateSnapshot before) {
+  {
+    std::lock_guard lock(mutex_);
+    comparison_ = Comparison{std::move(after), std::move(before)};
+    held_ = false;
+  }
+  wake_.notify_all();
+}
+
 bool StateLoader::busy() const {
   std::lock_guard lock(mutex_);
-  return requested_ || reading_ || result_;
+  return requested_ || reading_ || result_ || comparison_ || held_;
 }
 
 pid_t StateLoader::readerPid() const {
@@ -131,7 +141,10 @@ void StateLoader::retire(std::unique_ptr<StateEdits> edits) {
 void StateLoader::run() {
   std::unique_lock lock(mutex_);
   for (;;) {
-    wake_.wait(lock, [this] { return stopping_ || !retired_.empty() || (requested_ && !result_); });
+    wake_.wait(lock, [this] {
+      return stopping_ || !retired_.empty() ||
+             (!result_ && (comparison_ || (requested_ && !held_)));
+    });
     if (!retired_.empty()) {
       std::vector<std::unique_ptr<StateEdits>> retired = std::move(retired_);
       retired_.clear();
@@ -144,10 +157,14 @@ void StateLoader::run() {
     if (stopping_) {
       break;
     }
-    requested_ = false;
+    std::optional<Comparison> comparison = std::move(comparison_);
+    comparison_.reset();
+    if (!comparison) {
+      requested_ = false;
+    }
     reading_ = true;
     lock.unlock();
-    Result result = read();
+    Result result = comparison ? compared(std::move(*comparison)) : read();
     lock.lock();
     reading_ = false;
     if (stopping_) {
@@ -202,6 +219,13 @@ StateLoader::Result StateLoader::read() {
     result.error = path_ + ": the state reader's answer does not decode: " + e.what();
     reap(true);  // the next read starts afresh
   }
+  return result;
+}
+
+StateLoader::Result StateLoader::compared(Comparison comparison) {
+  Result result;
+  result.edits = editsFrom(placed(std::move(comparison.before)), comparison.after, false);
+  orderAsTheCollections(*result.edits);
   return result;
 }
 

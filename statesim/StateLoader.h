@@ -12,7 +12,10 @@
 //
 // A reader that ends during a read (killed, out of memory) makes that read a refused one, with
 // its reason; one that ended while it waited is replaced before the read. A new reader's first
-// result holds the whole file (`whole`): the agent compares it with the state in force itself.
+// result holds the whole file (`whole`). Once a state is in force, the agent takes such a result
+// with take(true) and hands it back with a snapshot of that state (compare()): the loader's
+// thread compares them and the edits come as the next result, before any further read's (whose
+// edits are from the whole file's State). So the agent's thread only copies the state in force.
 //
 // Threads: construct, request(), take() and destroy on one thread (the agent's). A thread of the
 // loader's own talks to the reader and decodes its results (work in proportion to the change).
@@ -52,8 +55,12 @@ class StateLoader {
 
   // Asks for another read of the file.
   void request();
-  // The waiting result, if any.
-  std::optional<Result> take();
+  // The waiting result, if any. `compareWhole`: a whole result taken is compared (compare() must
+  // follow); no read starts before that.
+  std::optional<Result> take(bool compareWhole = false);
+  // Compares `after`, the State of the whole result just taken, with `before`, the state in force,
+  // on the loader's thread: the next result holds the edits from one to the other (not whole).
+  void compare(State after, StateSnapshot before);
   // Readable while a result waits.
   int fd() const noexcept { return ready_[0]; }
   // A read is under way or asked for, or a result waits.
@@ -65,8 +72,14 @@ class StateLoader {
   pid_t readerPid() const;
 
  private:
+  struct Comparison {
+    State after;
+    StateSnapshot before;
+  };
+
   void run();
   Result read();
+  Result compared(Comparison comparison);
   // Starts a reader; false (and `error` says why) when it cannot be started.
   bool spawn(std::string& error);
   // Ends the reader, if any, and says how it ended.
@@ -81,6 +94,8 @@ class StateLoader {
   bool reading_ = false;
   bool stopping_ = false;
   std::optional<Result> result_;
+  std::optional<Comparison> comparison_;  // handed over, not yet compared
+  bool held_ = false;  // a whole result was taken to be compared: reads wait for compare()
   std::vector<std::unique_ptr<StateEdits>> retired_;
   // The reader's pid (guarded by mutex_, for the destructor's kill) and the loader thread's end
   // of its socket.

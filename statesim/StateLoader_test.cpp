@@ -15,9 +15,13 @@
 
 #include <gtest/gtest.h>
 
+#include "PolicingWriter.h"
+
 namespace {
 
+using StateSim::State;
 using StateSim::StateLoader;
+using StateSim::StateSnapshot;
 
 class StateLoaderTest : public ::testing::Test {
  protected:
@@ -63,12 +67,12 @@ class StateLoaderTest : public ::testing::Test {
   // This binary is the state reader too (StateReaderMain_test.cpp).
   static std::vector<std::string> ReaderCommand() { return {"/proc/self/exe", "--state-reader"}; }
   // The next result, waiting for the loader's fd as the agent's event loop does.
-  static StateLoader::Result Next(StateLoader& loader) {
+  static StateLoader::Result Next(StateLoader& loader, bool compareWhole = false) {
     pollfd fd{loader.fd(), POLLIN, 0};
     EXPECT_EQ(poll(&fd, 1, 20000), 1) << "no result within 20 s";
-    auto result = loader.take();
+    auto result = loader.take(compareWhole);
     EXPECT_TRUE(result.has_value());
-    return result.value_or(StateLoader::Result{});
+    return std::move(result).value_or(StateLoader::Result{});  // moved: a copy drops its entries
   }
 
   std::filesystem::path path_ =
@@ -138,6 +142,49 @@ TEST_F(StateLoaderTest, AReaderThatEndsIsReplacedAndItsFirstResultIsWhole) {
   auto whole = Next(loader);
   ASSERT_TRUE(whole.edits) << whole.error;
   EXPECT_TRUE(whole.whole);
+}
+
+TEST_F(StateLoaderTest, AWholeResultTakenToCompareIsComparedBeforeAnyFurtherRead) {
+  Write(Profiles(3));
+  StateLoader loader(path_.string(), ReaderCommand());
+  auto first = Next(loader);  // nothing in force yet: applied as it is
+  ASSERT_TRUE(first.edits) << first.error;
+  const State inForce = first.edits->values;
+
+  Kill(loader.readerPid());
+  Write(Profiles(4, 2));
+  loader.request();
+  auto whole = Next(loader, true);
+  ASSERT_TRUE(whole.edits) << whole.error;
+  ASSERT_TRUE(whole.whole);
+  // A read asked for now waits until the whole result is compared: its edits are from the
+  // whole file's State, which is not in force yet.
+  Write(Profiles(5, 2));
+  loader.request();
+  pollfd fd{loader.fd(), POLLIN, 0};
+  EXPECT_EQ(poll(&fd, 1, 300), 0) << "a read went ahead of the comparison";
+
+  // The state in force, as the agent's thread copies it: policing entries in no order.
+  StateSnapshot before{.rest = inForce};
+  before.rest.policerProfiles.clear();
+  for (const auto& entry : inForce.policerProfiles) {
+    before.policing.profiles.insert(before.policing.profiles.begin(), entry);
+  }
+  const State after = whole.edits->values;
+  loader.compare(std::move(whole.edits->values), std::move(before));
+  auto compared = Next(loader);
+  ASSERT_TRUE(compared.edits) << compared.error;
+  EXPECT_FALSE(compared.whole);
+  StateSim::StateEdits expected = StateSim::editsFrom(inForce, after, false);
+  StateSim::orderAsTheCollections(expected);  // as the loader hands over every result's edits
+  EXPECT_EQ(*compared.edits, expected);
+  EXPECT_EQ(compared.edits->diff.profiles.size(), 4U);  // three changed, one came
+  EXPECT_EQ(compared.edits->entries.profiles.size(), 4U);
+
+  auto held = Next(loader);  // then the read asked for meanwhile
+  ASSERT_TRUE(held.edits) << held.error;
+  ASSERT_EQ(held.edits->diff.profiles.size(), 1U);
+  EXPECT_EQ(held.edits->diff.profiles[0].str(), "p4");
 }
 
 TEST_F(StateLoaderTest, AReaderThatCannotStartIsARefusedRead) {

@@ -24,10 +24,8 @@ StatusSource::~StatusSource() {
   }
 }
 
-State StatusSource::state() const {
-  State state = state_;
-  policing_.policingStateOf(state);
-  return state;
+StateSnapshot StatusSource::snapshot() const {
+  return StateSnapshot{.rest = state_, .policing = policing_.policingSnapshot()};
 }
 
 void StatusSource::load(const std::string& path) {

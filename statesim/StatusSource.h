@@ -70,7 +70,10 @@ class StatusSource {
   // The state in force: what has been applied (empty before the first state; while edits are
   // being applied, the keys applied so far are new). Its policing sections are read back from the
   // status objects: a copy, made in time linear in the state.
-  State state() const;
+  State state() const { return placed(snapshot()); }
+  // The same, with the policing sections not yet sorted into maps (placed() does that, on any
+  // thread): what the agent's thread can afford to take of a large state.
+  StateSnapshot snapshot() const;
   // The status object of a class map, or null.
   Quill::Ptr<Qos::ClassMapStatus const> classMap(const QosSnmp::ClassMapTableIndex& index) const {
     return config_.classMap(index);
