@@ -1,5 +1,6 @@
 #include "StateReloads.h"
 
+#include <memory>
 #include <utility>
 
 namespace Agent {
@@ -37,24 +38,31 @@ void StateReloads::resultReady() {
   }
   if (result->whole && applied_) {
     // A new reader's first result: compared with the state in force on the loader's thread,
-    // whose edits come as the next result.
-    loader_.compare(std::move(result->edits->values), source_.snapshot());
-    return;
+    // once the task has copied it; the edits come as the next result.
+    whole_ = std::move(result->edits->values);
+    loader_.retire(std::make_unique<StateSim::StateEdits>(std::move(*result->edits)));  // its keys
+  } else {
+    source_.editsIs(std::move(*result->edits));
   }
-  source_.editsIs(std::move(*result->edits));
   applying_ = true;
   task_->scheduleTask();
 }
 
 void StateReloads::applyRun() {
   Dovo::Task& task = *task_;
-  if (!source_.applyEdits([&task] { return task.taskShouldYield(); })) {
+  auto yield = [&task] { return task.taskShouldYield(); };
+  if (whole_ ? !source_.snapshotInto(snapshot_, yield) : !source_.applyEdits(yield)) {
     task.taskWorkPendingIs(true);
     task.scheduleTask();
     return;
   }
   task.taskWorkPendingIs(false);
   applying_ = false;
+  if (whole_) {
+    loader_.compare(std::move(*whole_), std::exchange(snapshot_, {}));
+    whole_.reset();
+    return;
+  }
   const bool initial = !std::exchange(applied_, true);
   events_.applied(initial);
 }

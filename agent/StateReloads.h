@@ -11,7 +11,9 @@
 //
 // A whole result (from a reader started again after one ended) goes back to the loader with a
 // copy of the state in force: the loader's thread compares the two, and the edits that comparison
-// finds come as the next result, applied like any other. Here the state is only copied.
+// finds come as the next result, applied like any other. Here the state is only copied, by the
+// same task, in slices (StatusSource::snapshotInto); nothing is applied meanwhile, since the
+// loader holds every further result until it has the copy.
 //
 // Events, on the agent's thread: applied(initial) once every edit of a result is applied
 // (initial: the file read at start), refused(error, initial) for a file that does not parse or
@@ -19,6 +21,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "Dovo/TaskScheduler.h"
@@ -57,8 +60,12 @@ class StateReloads {
   StateSim::StateLoader& loader_;
   Events events_;
   Quill::Ptr<Dovo::Task> task_;
-  bool applying_ = false;  // a result's edits are being applied
-  bool applied_ = false;   // the first result has been applied
+  bool applying_ = false;  // a result's edits are being applied, or the state copied
+  // A whole result's State, while the state in force is copied (into snapshot_) to compare it
+  // with.
+  std::optional<StateSim::State> whole_;
+  StateSim::StateSnapshot snapshot_;
+  bool applied_ = false;  // the first result has been applied
 };
 
 }  // namespace Agent

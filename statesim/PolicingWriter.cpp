@@ -4,6 +4,7 @@
 #include <tuple>
 #include <vector>
 
+#include "CopyAfter.h"
 #include "StateSimTrace.h"
 
 namespace StateSim {
@@ -253,46 +254,83 @@ void PolicingWriter::restart() {
 
 PolicingSnapshot PolicingWriter::policingSnapshot() const {
   PolicingSnapshot snapshot;
-  snapshot.profiles.reserve(policing_->profile().size());
-  for (const auto& [name, profile] : policing_->profile()) {
-    PolicerProfileState& entry = snapshot.profiles.emplace_back(name, PolicerProfileState{}).second;
-    if (const auto& r = profile->config()) {
-      entry.rates = PolicerRatesState{.cir = r->cir(),
-                                      .cirUnit = r->cirUnit(),
-                                      .bc = r->bc(),
-                                      .bcUnit = r->bcUnit(),
-                                      .pir = r->pir(),
-                                      .pirUnit = r->pirUnit(),
-                                      .be = r->be(),
-                                      .beUnit = r->beUnit()};
+  policingSnapshotInto(snapshot, [] { return false; });
+  return snapshot;
+}
+
+bool PolicingWriter::policingSnapshotInto(PolicingSnapshot& snapshot,
+                                          const std::function<bool()>& yield) const {
+  // A section is complete when it holds as many entries as its collection (nothing is written
+  // meanwhile); otherwise it resumes after its last entry.
+  const auto& profiles = policing_->profile();
+  if (snapshot.profiles.size() < profiles.size()) {
+    snapshot.profiles.reserve(profiles.size());
+    auto entryOf = [](const auto& entry) {
+      std::pair<PolicerName, PolicerProfileState> copy{entry.first, {}};
+      if (const auto& r = entry.second->config()) {
+        copy.second.rates = PolicerRatesState{.cir = r->cir(),
+                                              .cirUnit = r->cirUnit(),
+                                              .bc = r->bc(),
+                                              .bcUnit = r->bcUnit(),
+                                              .pir = r->pir(),
+                                              .pirUnit = r->pirUnit(),
+                                              .be = r->be(),
+                                              .beUnit = r->beUnit()};
+      }
+      return copy;
+    };
+    const PolicerName* last = snapshot.profiles.empty() ? nullptr : &snapshot.profiles.back().first;
+    if (!copyAfter(profiles, last, snapshot.profiles, entryOf, yield)) {
+      return false;
     }
   }
-  snapshot.instances.reserve(policing_->policerInstance().size());
-  for (const auto& [name, instance] : policing_->policerInstance()) {
-    snapshot.instances.emplace_back(name, PolicerInstanceState{.profile = instance->profileName()});
+  const auto& instances = policing_->policerInstance();
+  if (snapshot.instances.size() < instances.size()) {
+    snapshot.instances.reserve(instances.size());
+    auto entryOf = [](const auto& entry) {
+      return std::pair{entry.first, PolicerInstanceState{.profile = entry.second->profileName()}};
+    };
+    const PolicerName* last =
+        snapshot.instances.empty() ? nullptr : &snapshot.instances.back().first;
+    if (!copyAfter(instances, last, snapshot.instances, entryOf, yield)) {
+      return false;
+    }
   }
-  snapshot.intfPolicers.reserve(policing_->intfPolicer().size() +
-                                policing_->intfPolicerOutput().size());
+  // The input direction's policers, then the output's, in one vector.
+  const auto& inputs = policing_->intfPolicer();
+  const auto& outputs = policing_->intfPolicerOutput();
+  snapshot.intfPolicers.reserve(inputs.size() + outputs.size());
+  size_t before = 0;  // the entries of the directions before this one
   for (Qos::Direction direction :
        {Qos::Direction::directionInput_, Qos::Direction::directionOutput_}) {
-    const auto& coll = direction == Qos::Direction::directionInput_
-                           ? policing_->intfPolicer()
-                           : policing_->intfPolicerOutput();
-    for (const auto& [pair, status] : coll) {
-      const IntfPolicerKey key{pair.intfId, pair.memberId, direction};
-      IntfPolicerState& entry = snapshot.intfPolicers.emplace_back(key, IntfPolicerState{}).second;
-      if (const PolicerName* profile = status->policerName(PolicerType::policerTypeProfile)) {
-        entry.profile = *profile;
-      }
-      if (const PolicerName* group = status->policerName(PolicerType::policerTypeGroup)) {
-        entry.groupPolicer = *group;
-      }
-      if (const IntfPolicerCounts* counts = counters_.values(key)) {
-        entry.counters = *counts;  // as last written, not as tick() has advanced them
+    const auto& coll = direction == Qos::Direction::directionInput_ ? inputs : outputs;
+    auto& entries = snapshot.intfPolicers;
+    if (entries.size() < before + coll.size()) {
+      auto entryOf = [&](const auto& entry) {
+        const IntfPolicerKey key{entry.first.intfId, entry.first.memberId, direction};
+        std::pair<IntfPolicerKey, IntfPolicerState> copy{key, {}};
+        const auto& status = entry.second;
+        if (const PolicerName* profile = status->policerName(PolicerType::policerTypeProfile)) {
+          copy.second.profile = *profile;
+        }
+        if (const PolicerName* group = status->policerName(PolicerType::policerTypeGroup)) {
+          copy.second.groupPolicer = *group;
+        }
+        if (const IntfPolicerCounts* counts = counters_.values(key)) {
+          copy.second.counters = *counts;  // as last written, not as tick() has advanced them
+        }
+        return copy;
+      };
+      const Qos::IntfPairKey lastPair =
+          entries.size() > before ? entries.back().first.pair() : Qos::IntfPairKey{};
+      if (!copyAfter(coll, entries.size() > before ? &lastPair : nullptr, entries, entryOf,
+                     yield)) {
+        return false;
       }
     }
+    before += coll.size();
   }
-  return snapshot;
+  return true;
 }
 
 void PolicingWriter::tick() {

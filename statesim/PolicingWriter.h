@@ -23,6 +23,8 @@
 // traffic. Single-threaded: the agent's thread; watchers run inside the edits.
 #pragma once
 
+#include <functional>
+
 #include "IntfSnmp/IfMib.h"
 #include "Qos/AclHwStatus.h"
 #include "Qos/IntfPolicerInfoStatus.h"
@@ -59,6 +61,10 @@ class PolicingWriter {
   // tick() has advanced them). The status objects are the only copy of these sections the source
   // keeps. In the collections' order: no key is compared, so the time is the copy's alone.
   PolicingSnapshot policingSnapshot() const;
+  // The same, made in slices: copies more of it into `snapshot` (empty at first), from where the
+  // last call stopped, until `yield()` says so; true once it is complete. Nothing may be written
+  // between the calls.
+  bool policingSnapshotInto(PolicingSnapshot& snapshot, const std::function<bool()>& yield) const;
   // The same, placed into `state`.
   void policingStateOf(State& state) const { placeInto(policingSnapshot(), state); }
   // Advances every interface policer's counters by one second of traffic.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "CopyAfter.h"
 #include "Quill/Assert.h"
 #include "StateSimTrace.h"
 
@@ -25,7 +26,43 @@ StatusSource::~StatusSource() {
 }
 
 StateSnapshot StatusSource::snapshot() const {
-  return StateSnapshot{.rest = state_, .policing = policing_.policingSnapshot()};
+  StateSnapshot snapshot;
+  snapshotInto(snapshot, [] { return false; });
+  return snapshot;
+}
+
+namespace {
+
+// Copies more of the section `from` into `to`, which holds its first entries; true once all are
+// in (nothing is applied between the calls, so the sizes tell).
+template <typename Map>
+bool copySection(const Map& from, Map& to, const std::function<bool()>& yield) {
+  if (to.size() == from.size()) {
+    return true;
+  }
+  return copyAfter(
+      from, to.empty() ? nullptr : &to.rbegin()->first, to, [](const auto& entry) { return entry; },
+      yield);
+}
+
+}  // namespace
+
+bool StatusSource::snapshotInto(StateSnapshot& snapshot, const std::function<bool()>& yield) const {
+  State& rest =
+      snapshot.rest;  // state_'s policing sections are empty: the status objects hold them
+  if (!(copySection(state_.interfaces, rest.interfaces, yield) &&
+        copySection(state_.classMaps, rest.classMaps, yield) &&
+        copySection(state_.policyMaps, rest.policyMaps, yield) &&
+        copySection(state_.servicePolicies, rest.servicePolicies, yield) &&
+        copySection(state_.classCounters, rest.classCounters, yield) &&
+        copySection(state_.ecnCounters, rest.ecnCounters, yield) &&
+        copySection(state_.ecnQueues, rest.ecnQueues, yield) &&
+        policing_.policingSnapshotInto(snapshot.policing, yield))) {
+    return false;
+  }
+  rest.qosAgentRestarts = state_.qosAgentRestarts;
+  rest.hardware = state_.hardware;
+  return true;
 }
 
 void StatusSource::load(const std::string& path) {

@@ -74,6 +74,10 @@ class StatusSource {
   // The same, with the policing sections not yet sorted into maps (placed() does that, on any
   // thread): what the agent's thread can afford to take of a large state.
   StateSnapshot snapshot() const;
+  // The same, made in slices: copies more of it into `snapshot` (empty at first), from where the
+  // last call stopped, until `yield()` says so; true once it is complete. No edit may be applied
+  // between the calls.
+  bool snapshotInto(StateSnapshot& snapshot, const std::function<bool()>& yield) const;
   // The status object of a class map, or null.
   Quill::Ptr<Qos::ClassMapStatus const> classMap(const QosSnmp::ClassMapTableIndex& index) const {
     return config_.classMap(index);

@@ -9,7 +9,10 @@
 
 #include <unistd.h>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
+
+#include "CopyAfter.h"
 
 namespace {
 
@@ -150,6 +153,44 @@ TEST_F(StatusSourceTest, ClassMapsExampleLoads) {
   source.load(QOSSNMP_EXAMPLES_DIR "/class-maps.json");
   EXPECT_EQ(source.qosMib()->classMapTable().size(), source.state().classMaps.size());
   EXPECT_EQ(source.qosMib()->cmapByStaticType().size(), 5U);
+}
+
+// A copy of the state in force made in slices resumes after its last entry in each section: at
+// a section's end, at the turn from input to output policers, inside each.
+TEST_F(StatusSourceTest, ASnapshotMadeInSlicesIsTheStateInForce) {
+  for (size_t n : {100, 128}) {
+    std::string profiles, instances, intfs, pols, classMaps;
+    for (size_t i = 0; i < n; ++i) {
+      const char* sep = i ? "," : "";
+      profiles += fmt::format(R"({}{{"name": "p{}", "cir": {}}})", sep, i, i + 1);
+      instances += fmt::format(R"({}{{"name": "i{}", "profile": "p{}"}})", sep, i, i);
+      intfs += fmt::format(R"({}{{"name": "Ethernet{}"}})", sep, i + 1);
+      pols +=
+          fmt::format(R"({0}{{"interface": "Ethernet{1}", "direction": "input", "profile": "p{2}",
+                              "counters": {{"pktsSent": {2}}}}},
+                             {{"interface": "Ethernet{1}", "direction": "output", "profile": "p{2}"}})",
+                      sep, i + 1, i);
+      classMaps += fmt::format(R"({}{{"id": "cm{}", "type": "qos"}})", sep, i);
+    }
+    const StateSim::State state = StateSim::parseState(
+        fmt::format(R"({{"policerProfiles": [{}], "policerInstances": [{}], "interfaces": [{}],
+                        "interfacePolicers": [{}], "classMaps": [{}]}})",
+                    profiles, instances, intfs, pols, classMaps),
+        "test.json");
+    source.stateIs(state);
+
+    StateSim::StateSnapshot snapshot;
+    size_t slices = 1;
+    for (int questions = 0; !source.snapshotInto(snapshot, [&] { return ++questions % 2 == 0; });) {
+      ASSERT_LT(++slices, 1000U) << "the copy does not end";
+    }
+    EXPECT_GE(slices, n * 6 / StateSim::copyAfterBatch / 2) << "it did not stop when told";
+    // Each entry once (placing would hide an entry copied twice).
+    EXPECT_EQ(snapshot.policing.profiles.size(), n);
+    EXPECT_EQ(snapshot.policing.instances.size(), n);
+    EXPECT_EQ(snapshot.policing.intfPolicers.size(), 2 * n);
+    EXPECT_EQ(StateSim::placed(std::move(snapshot)), state) << n;
+  }
 }
 
 TEST(StatusSourceLifetimeTest, DestructionEmptiesAndUnmountsTheModel) {
