@@ -34,7 +34,6 @@ void writeMatch(Qos::ClassMapMatch& match, const MatchState& values) {
 void ConfigWriter::stateIs(const State& state, const StatsWriter& stats, QosSnmp::QosMib& mib) {
   hwStatus_->coppBpsSupportedIs(state.hardware.coppBpsSupported);
   hwStatus_->coppKbpsSupportedIs(state.hardware.coppKbpsSupported);
-  classMapsIs(state, mib);
   policyMapsIs(state, stats, mib);
   servicePoliciesIs(state, mib);
   policyMaps_.sweep();
@@ -43,25 +42,47 @@ void ConfigWriter::stateIs(const State& state, const StatsWriter& stats, QosSnmp
   profiles_.sweep();
 }
 
-void ConfigWriter::classMapsIs(const State& state, QosSnmp::QosMib& mib) {
+void ConfigWriter::classMapsIs(const ClassMaps& classMaps, QosSnmp::QosMib& mib) {
   std::vector<QosSnmp::ClassMapTableIndex> gone;
   for (const auto& row : mib.classMapTable()) {
-    if (!state.classMaps.contains(row.index())) {
+    if (!classMaps.contains(row.index())) {
       gone.push_back(row.index());
     }
   }
   for (const auto& index : gone) {
-    classMapIs(state, index, mib);
+    classMapIs(nullptr, index, mib);
   }
-  for (const auto& [index, classMap] : state.classMaps) {
-    classMapIs(state, index, mib);
+  for (const auto& [index, classMap] : classMaps) {
+    classMapIs(&classMap, index, mib);
   }
 }
 
-void ConfigWriter::classMapIs(const State& state, const QosSnmp::ClassMapTableIndex& index,
-                              QosSnmp::QosMib& mib) {
-  auto it = state.classMaps.find(index);
-  const ClassMapState* classMap = it == state.classMaps.end() ? nullptr : &it->second;
+ConfigWriter::ClassMaps::value_type ConfigWriter::classMapState(
+    const QosSnmp::ClassMapTableIndex& index, const ClassMapSlots::Slot& slot) const {
+  ClassMaps::value_type entry{index, ClassMapState{.name = slot.object->name(),
+                                                   .matchCondition = slot.object->matchCondition(),
+                                                   .staticType = slot.values}};
+  const auto& matches = matches_.slots();
+  for (auto it = matches.lower_bound({index.classMapId, index.classMapType, 0});
+       it != matches.end() && it->first.classMapId == index.classMapId &&
+       it->first.classMapType == index.classMapType;
+       ++it) {
+    entry.second.matches.emplace_hint(entry.second.matches.end(), it->first.classMapMatchIndex,
+                                      it->second.values);
+  }
+  return entry;
+}
+
+ConfigWriter::ClassMaps ConfigWriter::classMapStates() const {
+  ClassMaps classMaps;
+  for (const auto& [index, slot] : classMaps_.slots()) {
+    classMaps.insert(classMaps.end(), classMapState(index, slot));
+  }
+  return classMaps;
+}
+
+void ConfigWriter::classMapIs(const ClassMapState* classMap,
+                              const QosSnmp::ClassMapTableIndex& index, QosSnmp::QosMib& mib) {
   const Quill::Ptr<Qos::ClassMapStatus const> before = classMaps_.find(index);
   // Its match rows that the state no longer has.
   std::vector<QosSnmp::ClassMapMatchTableIndex> staleMatches;
@@ -87,8 +108,8 @@ void ConfigWriter::classMapIs(const State& state, const QosSnmp::ClassMapTableIn
 
   // The object holds all the map's values it shows: what changed is written into it in place.
   Quill::Ptr<Qos::ClassMapStatus> object = classMaps_.set(
-      index, {}, [&] { return Quill::make<Qos::ClassMapStatus>(classMap->name); },
-      [](Qos::ClassMapStatus&, NoValues) {});
+      index, classMap->staticType, [&] { return Quill::make<Qos::ClassMapStatus>(classMap->name); },
+      [](Qos::ClassMapStatus&, const std::optional<Qos::ClassMapCpStaticType>&) {});
   if (object->name() != classMap->name) {
     object->nameIs(classMap->name);
   }

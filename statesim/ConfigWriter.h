@@ -12,6 +12,8 @@
 // Single-threaded.
 #pragma once
 
+#include <optional>
+
 #include "Qos/ClassMapMatch.h"
 #include "Qos/ClassMapStatus.h"
 #include "Qos/HwStatus.h"
@@ -37,15 +39,30 @@ class ConfigWriter {
  public:
   ConfigWriter() : hwStatus_(Quill::make<Qos::HwStatus>(false, true)) {}
 
-  // Applies `state` and writes the configuration tables of `mib`; `stats` has applied the
-  // same state already (action rows read its hardware statuses).
+  using ClassMaps = decltype(State::classMaps);
+  using ClassMapSlots =
+      StatusObjects<QosSnmp::ClassMapTableIndex, Qos::ClassMapStatus,
+                    std::optional<Qos::ClassMapCpStaticType>>;  // values: the static type
+
+  // Applies `state`, all but its class maps, and writes the configuration tables of `mib`;
+  // `stats` has applied the same state already (action rows read its hardware statuses).
   void stateIs(const State& state, const StatsWriter& stats, QosSnmp::QosMib& mib);
 
-  // Brings the class map at `index` (its status object, its rows, its static type) to what
-  // `state` holds for it, or removes it when `state` has none: a key-level edit. The other
-  // tables do not depend on class maps.
-  void classMapIs(const State& state, const QosSnmp::ClassMapTableIndex& index,
+  // Brings the class map at `index` (its status object, its rows, its static type) to
+  // `classMap`, or removes it when null: a key-level edit. The other tables do not depend on
+  // class maps, and the class maps are not kept elsewhere: the status objects and their match
+  // rules are their only copy (classMapState() reads one back).
+  void classMapIs(const ClassMapState* classMap, const QosSnmp::ClassMapTableIndex& index,
                   QosSnmp::QosMib& mib);
+  // Brings every class map to `classMaps`: the ones it lacks are removed.
+  void classMapsIs(const ClassMaps& classMaps, QosSnmp::QosMib& mib);
+  // The class maps written, by index, with their status objects and static types.
+  const auto& classMapSlots() const noexcept { return classMaps_.slots(); }
+  // A class map as written, read back from its slot (one of classMapSlots()).
+  ClassMaps::value_type classMapState(const QosSnmp::ClassMapTableIndex& index,
+                                      const ClassMapSlots::Slot& slot) const;
+  // Every class map, read back.
+  ClassMaps classMapStates() const;
 
   Quill::Ptr<Qos::ClassMapStatus const> classMap(const QosSnmp::ClassMapTableIndex& index) const {
     return classMaps_.find(index);
@@ -53,7 +70,6 @@ class ConfigWriter {
   const Quill::Ptr<Qos::HwStatus>& hwStatus() const noexcept { return hwStatus_; }
 
  private:
-  void classMapsIs(const State& state, QosSnmp::QosMib& mib);
   // Deletes the static types that name `status` (a class map's status object, or null) unless
   // `classMap` (its new state, or null when it went) keeps them.
   void staticTypesGone(const Quill::Ptr<Qos::ClassMapStatus const>& status,
@@ -64,7 +80,7 @@ class ConfigWriter {
   using ClassActionKey = std::pair<QosSnmp::PolicyMapTableIndex, Snmp::String>;
 
   Quill::Ptr<Qos::HwStatus> hwStatus_;
-  StatusObjects<QosSnmp::ClassMapTableIndex, Qos::ClassMapStatus> classMaps_;
+  ClassMapSlots classMaps_;
   StatusObjects<QosSnmp::ClassMapMatchTableIndex, Qos::ClassMapMatch, MatchState> matches_;
   StatusObjects<QosSnmp::PolicyMapTableIndex, Qos::PolicyMapStatus, Mox::String> policyMaps_;
   StatusObjects<ClassActionKey, Qos::ClassAction> classActions_;

@@ -69,9 +69,7 @@ StateDiff diff(const State& before, const State& after, bool first) {
       before.policyMaps != after.policyMaps || before.servicePolicies != after.servicePolicies ||
       before.classCounters != after.classCounters || before.ecnCounters != after.ecnCounters ||
       before.ecnQueues != after.ecnQueues;
-  if (!d.qosMibChanged) {
-    changedKeys(before.classMaps, after.classMaps, d.classMaps);
-  }
+  changedKeys(before.classMaps, after.classMaps, d.classMaps);
   d.lagCountersChanged = before.hardware.interfacePolicingCountersPerLagMemberCounterInfo !=
                          after.hardware.interfacePolicingCountersPerLagMemberCounterInfo;
   changedKeys(before.policerProfiles, after.policerProfiles, d.profiles);
@@ -99,7 +97,6 @@ StateEdits editsFrom(const State& before, const State& after, bool first) {
   v.hardware = after.hardware;
   if (d.qosMibChanged) {
     v.interfaces = after.interfaces;
-    v.classMaps = after.classMaps;
     v.policyMaps = after.policyMaps;
     v.servicePolicies = after.servicePolicies;
     v.classCounters = after.classCounters;

@@ -6,12 +6,10 @@
 //     went (first, in key order), then those that came or changed (in key order); the new value
 //     is read from the new State when the edit is applied. A key whose entry is the same in both
 //     States is in no list.
-//   - Class maps are compared key by key too, when they are all that changed of the QoS MIB's
-//     sections: no other table derives from them.
+//   - Class maps are compared key by key too: no other table derives from them.
 //   - The rest of the QoS MIB is derived from several sections at once (applied classes join
 //     policy maps, service policies and counters), so its writers run over the new State when
-//     any of those sections changed (qosMibChanged; it takes in the class maps), and not at all
-//     when none did.
+//     any of those sections changed (qosMibChanged), and not at all when none did.
 //   - restarts: how many restarts of the QoS agent the new State plays (StatusSource.h).
 //
 // Pure functions, no state; safe on any thread.
@@ -31,7 +29,7 @@ struct StateDiff {
   bool qosMibChanged = false;
   // interfacePolicingCountersPerLagMemberCounterInfo differs.
   bool lagCountersChanged = false;
-  // Class maps that went, came or changed, when qosMibChanged is not set.
+  // Class maps that went, came or changed.
   std::vector<QosSnmp::ClassMapTableIndex> classMaps;
   std::vector<InterfacePolicing::PolicerName> profiles;
   std::vector<InterfacePolicing::PolicerName> instances;
@@ -54,7 +52,7 @@ struct StateDiff {
 
 // A diff with the new State's values for what it names: the entries of the keys it lists (a
 // key it lists without an entry here went), the scalars (qosAgentRestarts, hardware), and,
-// when qosMibChanged, the QoS MIB's sections whole (interfaces, class maps, policy maps, service
+// when qosMibChanged, the QoS MIB's other sections whole (interfaces, policy maps, service
 // policies, class counters, ECN counters and queues). What the state reader process hands the
 // agent: it carries what changed, not the file.
 //

@@ -84,11 +84,14 @@ class StatusObjects {
   }
   size_t size() const noexcept { return objects_.size(); }
 
- private:
   struct Slot {
     Quill::Ptr<T> object;
-    Values values;
+    Values values;  // as last written
   };
+  // Every key with its object and values, in key order.
+  const std::map<Key, Slot>& slots() const noexcept { return objects_; }
+
+ private:
   std::map<Key, Slot> objects_;
   std::set<Key> used_;
 };

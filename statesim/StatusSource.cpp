@@ -33,25 +33,32 @@ StateSnapshot StatusSource::snapshot() const {
 
 namespace {
 
-// Copies more of the section `from` into `to`, which holds its first entries; true once all are
-// in (nothing is applied between the calls, so the sizes tell).
-template <typename Map>
-bool copySection(const Map& from, Map& to, const std::function<bool()>& yield) {
+// Copies more of the section `from` into `to`, which holds its first entries (`entryOf` each);
+// true once all are in (nothing is applied between the calls, so the sizes tell).
+template <typename From, typename Map, typename EntryOf>
+bool copySection(const From& from, Map& to, const std::function<bool()>& yield, EntryOf entryOf) {
   if (to.size() == from.size()) {
     return true;
   }
-  return copyAfter(
-      from, to.empty() ? nullptr : &to.rbegin()->first, to, [](const auto& entry) { return entry; },
-      yield);
+  return copyAfter(from, to.empty() ? nullptr : &to.rbegin()->first, to, entryOf, yield);
+}
+
+template <typename Map>
+bool copySection(const Map& from, Map& to, const std::function<bool()>& yield) {
+  return copySection(from, to, yield, [](const auto& entry) { return entry; });
 }
 
 }  // namespace
 
 bool StatusSource::snapshotInto(StateSnapshot& snapshot, const std::function<bool()>& yield) const {
-  State& rest =
-      snapshot.rest;  // state_'s policing sections are empty: the status objects hold them
+  // The class maps and the policing sections are read back from the status objects, which are
+  // all the source keeps of them; the other sections are copied.
+  State& rest = snapshot.rest;
+  auto classMapOf = [this](const auto& entry) {
+    return config_.classMapState(entry.first, entry.second);
+  };
   if (!(copySection(state_.interfaces, rest.interfaces, yield) &&
-        copySection(state_.classMaps, rest.classMaps, yield) &&
+        copySection(config_.classMapSlots(), rest.classMaps, yield, classMapOf) &&
         copySection(state_.policyMaps, rest.policyMaps, yield) &&
         copySection(state_.servicePolicies, rest.servicePolicies, yield) &&
         copySection(state_.classCounters, rest.classCounters, yield) &&
@@ -103,27 +110,6 @@ bool StatusSource::applyEdits(const std::function<bool()>& yield) {
   return true;
 }
 
-namespace {
-
-// Brings `key`'s entry in `to` to the one `from` has (moved over), or erases it when `from` has
-// none.
-template <typename Map>
-void mergeEntry(Map& to, Map& from, const typename Map::key_type& key) {
-  auto node = from.extract(key);
-  if (node.empty()) {
-    to.erase(key);
-    return;
-  }
-  auto it = to.find(key);
-  if (it != to.end()) {
-    it->second = std::move(node.mapped());
-  } else {
-    to.insert(std::move(node));
-  }
-}
-
-}  // namespace
-
 bool StatusSource::applyStep(Pending& p, size_t step) {
   const StateDiff& d = p.edits->diff;
   State& values = p.edits->values;
@@ -134,7 +120,6 @@ bool StatusSource::applyStep(Pending& p, size_t step) {
     state_.hardware = values.hardware;
     if (d.qosMibChanged) {
       std::swap(state_.interfaces, values.interfaces);
-      std::swap(state_.classMaps, values.classMaps);
       std::swap(state_.policyMaps, values.policyMaps);
       std::swap(state_.servicePolicies, values.servicePolicies);
       std::swap(state_.classCounters, values.classCounters);
@@ -155,9 +140,9 @@ bool StatusSource::applyStep(Pending& p, size_t step) {
   }
   step -= qosMibWriters + 1;
   // The keys, in this order: policers before the ifIndex map, so that an interface that goes
-  // with its policers loses its rows while its ifIndex still names them. A class map's entry is
-  // moved into the state in force as it is applied; the policing keys are written from the
-  // edits' values into the status objects, which are all the source keeps of them.
+  // with its policers loses its rows while its ifIndex still names them. Class maps and the
+  // policing keys are written from the edits' values into the status objects, which are all the
+  // source keeps of them.
   auto edit = [&step](const auto& keys, auto&& apply) {
     if (step < keys.size()) {
       apply(keys[step]);
@@ -173,8 +158,7 @@ bool StatusSource::applyStep(Pending& p, size_t step) {
   };
   if (edit(d.classMaps,
            [&](const auto& index) {
-             mergeEntry(state_.classMaps, values.classMaps, index);
-             config_.classMapIs(state_, index, *qosMib_);
+             config_.classMapIs(entryOf(values.classMaps, index), index, *qosMib_);
            }) ||
       edit(d.profiles,
            [&](const auto& name) {
@@ -196,9 +180,12 @@ bool StatusSource::applyStep(Pending& p, size_t step) {
   // Last, once the state in force is the new one whole: the restarts of the QoS agent.
   if (step < d.restarts) {
     QTRACE(trace(), 1, "Playing a restart of the QoS agent ({} of {})", step + 1, d.restarts);
-    qosMibIs(State{});  // its status objects and rows go with it
+    const ConfigWriter::ClassMaps classMaps = config_.classMapStates();
+    config_.classMapsIs({}, *qosMib_);  // its status objects and rows go with it
+    qosMibIs(State{});
     policing_.restart();
     qosMibIs(state_);
+    config_.classMapsIs(classMaps, *qosMib_);
     return true;
   }
   return false;

@@ -21,8 +21,8 @@
 // What changed is found apart from applying it (StateDiff.h): the agent reads and compares the
 // file in another process and hands the edits (the diff and the values it names) to editsIs();
 // applyEdits() then applies them on the agent's thread, a key at a time, writing each key's new
-// entry (a class map's is moved into the state in force; a policing key's lives on only in its
-// status objects), and stopping whenever its caller's yield() says so (a scheduler task), so that
+// entry into its status objects (for class maps and policing keys, the only copy the source
+// keeps), and stopping whenever its caller's yield() says so (a scheduler task), so that
 // a reload in which one key changed costs one key's work here.
 // Class maps are edited key by key as well; the rest of the QoS MIB's tables are derived from
 // several sections at once: each of its three writers runs in one step, and only when one of
@@ -68,8 +68,8 @@ class StatusSource {
 
   const Quill::Ptr<QosSnmp::QosMib>& qosMib() const noexcept { return qosMib_; }
   // The state in force: what has been applied (empty before the first state; while edits are
-  // being applied, the keys applied so far are new). Its policing sections are read back from the
-  // status objects: a copy, made in time linear in the state.
+  // being applied, the keys applied so far are new). Its class maps and policing sections are read
+  // back from the status objects: a copy, made in time linear in the state.
   State state() const { return placed(snapshot()); }
   // The same, with the policing sections not yet sorted into maps (placed() does that, on any
   // thread): what the agent's thread can afford to take of a large state.
@@ -130,7 +130,7 @@ class StatusSource {
   // Applies `state` through the `writer`th of them.
   void qosMibWriterIs(size_t writer, const State& state);
 
-  State state_;         // the state in force, but for its policing sections (see state())
+  State state_;  // the state in force, but for its class maps and policing sections (see state())
   bool given_ = false;  // edits were given: the next state is not the first
   std::deque<Pending> pending_;
   std::function<void(std::unique_ptr<StateEdits>)> retire_;
