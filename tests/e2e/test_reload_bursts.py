@@ -16,7 +16,7 @@ from concurrent.futures import ThreadPoolExecutor
 
 from classmaps import expected_walk
 from snmpclient import CLASS_MAP_TABLE, NetSnmp
-from test_state_file import large_policing_state
+from test_state_file import POLICING_PROFILE_TABLE, large_policing_state, name_index
 from test_walk_churn import (assert_walk_consistent, class_map_target, walks_during,
                              write_atomically)
 
@@ -146,3 +146,32 @@ def test_the_agent_outlives_its_state_reader(start_agent):
     reloaded(2)
     assert tool.walk(CLASS_MAP_TABLE) == expected_walk(target.state(2)["classMaps"])
     assert agent.process.popen.poll() is None
+
+
+def test_a_new_readers_whole_file_changes_only_what_differs(start_agent):
+    """The state reader's replacement has no file to compare with: its first read holds the
+    whole state, which the agent compares with the state in force (copied in slices of its
+    reload task, a few thousand keys here) and applies as the keys that differ."""
+    n = 3000
+    agent = start_agent(state_text=large_policing_state(n), args=("--trace", "StateSim/1"))
+    agent.wait_tables_ready()
+    os.kill(reader_pid(agent.process.pid), signal.SIGKILL)
+    state = json.loads(large_policing_state(n))
+    state["policerProfiles"][7]["cir"] = 7007
+    del state["policerProfiles"][-1]
+    del state["policerInstances"][-1]
+    state["policerProfiles"].append({"name": "profile-new", "cir": 42, "cirUnit": "kbps"})
+    write_atomically(agent.state_path, state)
+    os.kill(agent.process.pid, signal.SIGHUP)
+    agent.process.wait_for_output(f"reloaded {agent.state_path}")
+
+    # A profile changed, one came, a profile and its instance went: four keys, not the file.
+    assert "Applying 4 key edits\n" in agent.output(), agent.output()[-2000:]
+    def cir(name: str) -> tuple[int, ...]:
+        return (*POLICING_PROFILE_TABLE, 1, 2, *name_index(name))
+
+    assert [vb.value for vb in agent.pysnmp().get(cir("profile-7"), cir("profile-new"))] == \
+        [7007, 42]
+    walk = agent.netsnmp().bulkwalk((*POLICING_PROFILE_TABLE, 1, 2), "-Cr50")
+    assert len(walk) == n
+    assert cir(f"profile-{n - 1}") not in [vb.oid for vb in walk]
