@@ -54,7 +54,7 @@ void readInterfaces(const Reader& r, const Json& value, const std::string& where
         r.fail(object.at("ifIndex"), "an ifIndex is 1 or more");
       }
       if (!ifIndexes.insert(ifIndex).second) {
-        r.fail(given ? object.at("ifIndex") : object.where(),
+        r.fail(given ? object.at("ifIndex") : Where(object.where()),
                fmt::format("ifIndex {} is already another interface's", ifIndex));
       }
       interface.ifIndex = ifIndex;

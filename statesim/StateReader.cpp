@@ -4,47 +4,48 @@
 
 namespace StateSim {
 
-void Reader::fail(const std::string& where, const std::string& message) const {
-  throw StateFileError(file_, where.empty() ? "/" : where, message);
+void Reader::fail(const Where& where, const std::string& message) const {
+  std::string pointer = where.pointer();
+  throw StateFileError(file_, pointer.empty() ? "/" : std::move(pointer), message);
 }
 
-const Json::array_t& Reader::array(const Json& value, const std::string& where) const {
+const Json::array_t& Reader::array(const Json& value, const Where& where) const {
   if (!value.is_array()) {
     fail(where, fmt::format("expected an array, found {}", value.type_name()));
   }
   return value.get_ref<const Json::array_t&>();
 }
 
-const Json::object_t& Reader::object(const Json& value, const std::string& where) const {
+const Json::object_t& Reader::object(const Json& value, const Where& where) const {
   if (!value.is_object()) {
     fail(where, fmt::format("expected an object, found {}", value.type_name()));
   }
   return value.get_ref<const Json::object_t&>();
 }
 
-const std::string& Reader::string(const Json& value, const std::string& where) const {
+const std::string& Reader::string(const Json& value, const Where& where) const {
   if (!value.is_string()) {
     fail(where, fmt::format("expected a string, found {}", value.type_name()));
   }
   return value.get_ref<const std::string&>();
 }
 
-bool Reader::boolean(const Json& value, const std::string& where) const {
+bool Reader::boolean(const Json& value, const Where& where) const {
   if (!value.is_boolean()) {
     fail(where, fmt::format("expected true or false, found {}", value.type_name()));
   }
   return value.get<bool>();
 }
 
-U64 Reader::number(const Json& value, const std::string& where, U64 max) const {
+U64 Reader::number(const Json& value, const Where& where, U64 max) const {
   if (!value.is_number_unsigned() || value.get<U64>() > max) {
     fail(where, fmt::format("expected a whole number from 0 to {}, found {}", max, shown(value)));
   }
   return value.get<U64>();
 }
 
-const std::string& Reader::identifier(const Json& value, const std::string& where,
-                                      std::string_view what, size_t maxLength) const {
+const std::string& Reader::identifier(const Json& value, const Where& where, std::string_view what,
+                                      size_t maxLength) const {
   const std::string& id = string(value, where);
   if (id.empty() || id.size() > maxLength) {
     fail(where, fmt::format("{} {} is 1 to {} bytes long, not {}", article(what), what, maxLength,
@@ -56,7 +57,7 @@ const std::string& Reader::identifier(const Json& value, const std::string& wher
   return id;
 }
 
-Linko::IntfId Reader::interface(const Json& value, const std::string& where) const {
+Linko::IntfId Reader::interface(const Json& value, const Where& where) const {
   const std::string& name = string(value, where);
   try {
     return Linko::IntfId::fromName(name);

@@ -26,38 +26,73 @@ namespace StateSim {
 template <typename E>
 using Spelling = std::pair<std::string_view, E>;
 
+// Where a value is, for a message: a JSON pointer, or a member or an element below one. A file
+// names millions of values and a read fails at one at most, so the pointer is made into text
+// only when a message needs it. It refers to the pointer it extends: use it within the call it
+// is made for.
+class Where {
+ public:
+  Where(const std::string& pointer) noexcept : base_(pointer) {}  // NOLINT: a pointer is a place
+  Where(const std::string& base, std::string_view member) noexcept
+      : base_(base), member_(member), kind_(Kind::member) {}
+  Where(const std::string& base, size_t element) noexcept
+      : base_(base), element_(element), kind_(Kind::element) {}
+
+  // The JSON pointer; a long member name is cut (see Excerpt.h), so it is for messages only.
+  std::string pointer() const {
+    switch (kind_) {
+      case Kind::member:
+        return base_ + "/" + pointerToken(member_);
+      case Kind::element:
+        return fmt::format("{}/{}", base_, element_);
+      default:
+        return base_;
+    }
+  }
+  operator std::string() const { return pointer(); }  // NOLINT: where a pointer is kept
+
+ private:
+  enum class Kind { pointer, member, element };
+  const std::string& base_;
+  std::string_view member_;
+  size_t element_ = 0;
+  Kind kind_ = Kind::pointer;
+};
+
 class Reader {
  public:
   explicit Reader(const std::string& file) : file_(file) {}
 
-  [[noreturn]] void fail(const std::string& where, const std::string& message) const;
+  [[noreturn]] void fail(const Where& where, const std::string& message) const;
 
-  const Json::array_t& array(const Json& value, const std::string& where) const;
+  const Json::array_t& array(const Json& value, const Where& where) const;
   // An object whose member names are data (interface names, say), not fixed names.
-  const Json::object_t& object(const Json& value, const std::string& where) const;
-  const std::string& string(const Json& value, const std::string& where) const;
-  bool boolean(const Json& value, const std::string& where) const;
+  const Json::object_t& object(const Json& value, const Where& where) const;
+  const std::string& string(const Json& value, const Where& where) const;
+  bool boolean(const Json& value, const Where& where) const;
   // A non-negative integer no greater than `max`.
-  U64 number(const Json& value, const std::string& where, U64 max) const;
+  U64 number(const Json& value, const Where& where, U64 max) const;
   // An identifier: a string of 1 to `maxLength` bytes without NUL; `what` names it in errors
   // ("class map id").
-  const std::string& identifier(const Json& value, const std::string& where, std::string_view what,
+  const std::string& identifier(const Json& value, const Where& where, std::string_view what,
                                 size_t maxLength) const;
   // An interface name ("Ethernet1", "Port-Channel10").
-  Linko::IntfId interface(const Json& value, const std::string& where) const;
+  Linko::IntfId interface(const Json& value, const Where& where) const;
 
   // One of `spellings` by name, or by the number of one of them.
   template <typename E, size_t N>
-  E spelled(const Json& value, const std::string& where, const Spelling<E> (&spellings)[N],
+  E spelled(const Json& value, const Where& where, const Spelling<E> (&spellings)[N],
             std::string_view what) const {
-    std::string known;
     for (const auto& [spelling, e] : spellings) {
       if ((value.is_string() && value.get_ref<const std::string&>() == spelling) ||
           (value.is_number_unsigned() && value.get<U64>() == static_cast<U64>(e))) {
         return e;
       }
+    }
+    std::string known;
+    for (const auto& spelling : spellings) {
       known += known.empty() ? "" : ", ";
-      known += spelling;
+      known += spelling.first;
     }
     if (!value.is_string() && !value.is_number_unsigned()) {
       fail(where, fmt::format("expected {} {} name or number, found {}", article(what), what,
@@ -74,12 +109,12 @@ class Reader {
                : "a";
   }
 
-  // The pointer of a member; a long name is cut (see Excerpt.h), so it is for messages only.
+  // The pointer of a member or an element, as text (Where::pointer).
   static std::string pointer(const std::string& where, std::string_view member) {
-    return where + "/" + pointerToken(member);
+    return Where(where, member).pointer();
   }
   static std::string pointer(const std::string& where, size_t element) {
-    return fmt::format("{}/{}", where, element);
+    return Where(where, element).pointer();
   }
 
   const std::string& file() const noexcept { return file_; }
@@ -96,7 +131,7 @@ class JsonObject {
 
   const Reader& reader() const noexcept { return r_; }
   const std::string& where() const noexcept { return where_; }
-  std::string at(std::string_view name) const { return Reader::pointer(where_, name); }
+  Where at(std::string_view name) const { return {where_, name}; }
   const Json::object_t& members() const noexcept { return *object_; }
 
   // The member, or null.
