@@ -102,7 +102,9 @@ std::optional<StateLoader::Result> StateLoader::take(bool compareWhole) {
   {
     std::lock_guard lock(mutex_);
     result.swap(result_);
-    held_ = compareWhole && result && result->whole && result->edits;
+    if (result) {
+      held_ = compareWhole && result->whole && result->edits;
+    }
     char byte;
     while (::read(ready_[0], &byte, 1) == 1) {
     }

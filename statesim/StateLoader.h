@@ -8,7 +8,8 @@
 // reason the file was refused (the previous State stays the base of the next diff). Only the
 // edits cross over: what changed, with its new values (Wire.h). Requests coalesce: those made
 // while a read is under way, or while a result waits to be taken, make one more read, of the
-// file as it is then. At most one result waits; the next read starts once it is taken.
+// file as it is then. At most one result waits; the next read starts once it is taken (and, for a
+// whole result taken to be compared, once compare() has been called).
 //
 // A reader that ends during a read (killed, out of memory) makes that read a refused one, with
 // its reason; one that ended while it waited is replaced before the read. A new reader's first
@@ -17,9 +18,11 @@
 // thread compares them and the edits come as the next result, before any further read's (whose
 // edits are from the whole file's State). So the agent's thread only copies the state in force.
 //
-// Threads: construct, request(), take() and destroy on one thread (the agent's). A thread of the
-// loader's own talks to the reader and decodes its results (work in proportion to the change).
-// The destructor kills the reader, however far its read has come, and joins the thread.
+// Threads: construct, request(), take(), compare() and destroy on one thread (the agent's). A
+// thread of the loader's own talks to the reader and decodes its results (work in proportion to
+// the change), and compares a whole result with the state in force (work in proportion to the
+// state, once after a reader was replaced). The destructor kills the reader, however far its read
+// has come, and joins the thread, after a comparison under way if any.
 //
 // fd() is readable while a result waits: the agent's event loop watches it next to its sockets.
 #pragma once
@@ -63,7 +66,7 @@ class StateLoader {
   void compare(State after, StateSnapshot before);
   // Readable while a result waits.
   int fd() const noexcept { return ready_[0]; }
-  // A read is under way or asked for, or a result waits.
+  // A read or a comparison is under way, asked for or awaited, or a result waits.
   bool busy() const;
   // Releases `edits` on the loader's thread, so that the caller's thread does not spend the
   // time freeing large sections takes.

@@ -32,8 +32,8 @@ using Spelling = std::pair<std::string_view, E>;
 // is made for.
 class Where {
  public:
-  Where(const std::string& pointer) noexcept
-      : base_(pointer) {}  // NOLINT(google-explicit-constructor)
+  // NOLINTNEXTLINE(google-explicit-constructor)
+  Where(const std::string& pointer) noexcept : base_(pointer) {}
   Where(const std::string& base, std::string_view member) noexcept
       : base_(base), member_(member), kind_(Kind::member) {}
   Where(const std::string& base, size_t element) noexcept
@@ -50,7 +50,8 @@ class Where {
         return base_;
     }
   }
-  operator std::string() const { return pointer(); }  // NOLINT(google-explicit-constructor)
+  // NOLINTNEXTLINE(google-explicit-constructor)
+  operator std::string() const { return pointer(); }
 
  private:
   enum class Kind { pointer, member, element };

@@ -1,6 +1,7 @@
 #include "StatusSource.h"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 #include "CopyAfter.h"
@@ -126,9 +127,33 @@ bool StatusSource::applyStep(Pending& p, size_t step) {
       std::swap(state_.ecnCounters, values.ecnCounters);
       std::swap(state_.ecnQueues, values.ecnQueues);
     }
+    // The class maps that go come first in the diff.
+    p.classMapsGone = static_cast<size_t>(
+        std::find_if(d.classMaps.begin(), d.classMaps.end(),
+                     [&](const auto& index) { return values.classMaps.contains(index); }) -
+        d.classMaps.begin());
     return true;
   }
   step -= 1;
+  // Each following part is a run of steps; edit() applies the key of this step, or takes the
+  // part's steps off `step` and says no.
+  auto edit = [&step](const auto& keys, auto&& apply) {
+    if (step < keys.size()) {
+      apply(keys[step]);
+      return true;
+    }
+    step -= keys.size();
+    return false;
+  };
+  // Class maps that come or change before the QoS MIB's writers, those that go after them: a
+  // class of a policy map never names a class map without a row, even between two steps.
+  const std::span<const QosSnmp::ClassMapTableIndex> classMaps(d.classMaps);
+  auto classMapIs = [&](const auto& index) {
+    config_.classMapIs(entryOf(values.classMaps, index), index, *qosMib_);
+  };
+  if (edit(classMaps.subspan(p.classMapsGone), classMapIs)) {
+    return true;
+  }
   // The QoS MIB's three writers, one step each, then the LAG counter flag.
   if (step <= qosMibWriters) {
     if (step < qosMibWriters && d.qosMibChanged) {
@@ -143,23 +168,12 @@ bool StatusSource::applyStep(Pending& p, size_t step) {
   // with its policers loses its rows while its ifIndex still names them. Class maps and the
   // policing keys are written from the edits' values into the status objects, which are all the
   // source keeps of them.
-  auto edit = [&step](const auto& keys, auto&& apply) {
-    if (step < keys.size()) {
-      apply(keys[step]);
-      return true;
-    }
-    step -= keys.size();
-    return false;
-  };
   // A policing key's entry: where the loader found it, else looked up.
   const EditEntries& at = p.edits->entries;
   auto entry = [&step](const auto& located, const auto& map, const auto& key) {
     return located.empty() ? entryOf(map, key) : located[step];
   };
-  if (edit(d.classMaps,
-           [&](const auto& index) {
-             config_.classMapIs(entryOf(values.classMaps, index), index, *qosMib_);
-           }) ||
+  if (edit(classMaps.first(p.classMapsGone), classMapIs) ||
       edit(d.profiles,
            [&](const auto& name) {
              policing_.profileIs(entry(at.profiles, values.policerProfiles, name), name);

@@ -69,7 +69,7 @@ class StatusSource {
   const Quill::Ptr<QosSnmp::QosMib>& qosMib() const noexcept { return qosMib_; }
   // The state in force: what has been applied (empty before the first state; while edits are
   // being applied, the keys applied so far are new). Its class maps and policing sections are read
-  // back from the status objects: a copy, made in time linear in the state.
+  // back from the status objects: a copy, made in time n log n in the state (placed() sorts).
   State state() const { return placed(snapshot()); }
   // The same, with the policing sections not yet sorted into maps (placed() does that, on any
   // thread): what the agent's thread can afford to take of a large state.
@@ -117,9 +117,11 @@ class StatusSource {
   Quill::Ptr<QosSnmp::QosMib> qosMib_;
   // Edits being applied and how far they have come.
   struct Pending {
-    std::unique_ptr<StateEdits> edits;  // its class maps are moved out as they are applied
-    size_t step = 0;  // the next of applyStep's: scalars, QoS MIB writers, LAG flag, the keys,
-                      // the restarts
+    std::unique_ptr<StateEdits> edits;
+    // The next of applyStep's: scalars, class maps that come or change, QoS MIB writers, LAG
+    // flag, class maps that go, the policing keys, the restarts.
+    size_t step = 0;
+    size_t classMapsGone = 0;  // how many of the diff's class maps go (set by the first step)
   };
   // Applies step `step` of `p`; false when there is none.
   bool applyStep(Pending& p, size_t step);

@@ -1,6 +1,7 @@
 // The rows of all eleven QoS tables as the status source derives them from a whole switch's
 // state, and how reloads and live counters change them.
 #include <algorithm>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -186,6 +187,36 @@ TEST_F(StatusSourceTest, ARestartOfTheQosAgentMakesEveryRowAgainFromNewStatusObj
   EXPECT_NE(source.classMap(voiceIndex), voice);
   EXPECT_NE(source.qosMib()->classMapTable(voiceIndex), voiceRow);
   EXPECT_EQ(source.qosMib()->classMapTable(voiceIndex)->classMapName(), voiceRow->classMapName());
+}
+
+// A reload that renames a class map and the classes that name it, one step at a time (a GET
+// may come between any two): no class of a policy map names a class map without a row.
+TEST_F(StatusSourceTest, AClassNeverNamesAClassMapWithoutARow) {
+  Apply(switchState);
+  std::string renamed = switchState;
+  for (size_t at; (at = renamed.find(R"("GUEST")")) != std::string::npos;) {
+    renamed.replace(at, 7, R"("GUEST2")");
+  }
+  const StateSim::State next = StateSim::parseState(renamed, "next.json");
+  source.editsIs(StateSim::editsFrom(source.state(), next, false));
+  const QosMib& mib = *source.qosMib();
+  size_t steps = 0;
+  auto everyClassHasItsClassMap = [&] {
+    ++steps;
+    std::set<std::string> ids;
+    for (const auto& row : mib.classMapTable()) {
+      ids.insert(row.index().classMapId.str());
+    }
+    for (const auto& row : mib.policyMapClassTable()) {
+      EXPECT_TRUE(ids.contains(row.classMapId().str()))
+          << "after step " << steps << ": " << row.classMapId().str();
+    }
+    return true;  // one step at a time
+  };
+  while (!source.applyEdits(everyClassHasItsClassMap)) {
+  }
+  EXPECT_EQ(source.state(), next);
+  EXPECT_GT(steps, 4U);
 }
 
 TEST_F(StatusSourceTest, RemovingAPolicyMapRemovesItsDependentRows) {
