@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <iterator>
 
 namespace StateSim {
 
@@ -40,6 +41,27 @@ bool copyAfter(const Coll& from, const typename Coll::key_type* last, Out& out, 
     }
   }
   return true;
+}
+
+// Copies more of `from` into `to`, which holds its first entries (`entryOf` each; a vector of
+// pairs or a map): from after the last, until yield() says to stop; true once all are in. Nothing
+// may change `from` between the calls: the sizes tell when `to` is complete.
+template <typename Coll, typename Out, typename EntryOf>
+bool copySection(const Coll& from, Out& to, EntryOf&& entryOf, const std::function<bool()>& yield) {
+  if (to.size() >= from.size()) {
+    return true;
+  }
+  if constexpr (requires { to.reserve(from.size()); }) {
+    to.reserve(from.size());
+  }
+  return copyAfter(from, to.empty() ? nullptr : &std::prev(to.end())->first, to, entryOf, yield);
+}
+
+// The same, entries copied as they are.
+template <typename Map>
+bool copySection(const Map& from, Map& to, const std::function<bool()>& yield) {
+  return copySection(
+      from, to, [](const auto& entry) { return entry; }, yield);
 }
 
 }  // namespace StateSim

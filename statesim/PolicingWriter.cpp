@@ -252,49 +252,28 @@ void PolicingWriter::restart() {
   status_->policingStatusIs(policing_);
 }
 
-PolicingSnapshot PolicingWriter::policingSnapshot() const {
-  PolicingSnapshot snapshot;
-  policingSnapshotInto(snapshot, [] { return false; });
-  return snapshot;
-}
-
 bool PolicingWriter::policingSnapshotInto(PolicingSnapshot& snapshot,
                                           const std::function<bool()>& yield) const {
-  // A section is complete when it holds as many entries as its collection (nothing is written
-  // meanwhile); otherwise it resumes after its last entry.
-  const auto& profiles = policing_->profile();
-  if (snapshot.profiles.size() < profiles.size()) {
-    snapshot.profiles.reserve(profiles.size());
-    auto entryOf = [](const auto& entry) {
-      std::pair<PolicerName, PolicerProfileState> copy{entry.first, {}};
-      if (const auto& r = entry.second->config()) {
-        copy.second.rates = PolicerRatesState{.cir = r->cir(),
-                                              .cirUnit = r->cirUnit(),
-                                              .bc = r->bc(),
-                                              .bcUnit = r->bcUnit(),
-                                              .pir = r->pir(),
-                                              .pirUnit = r->pirUnit(),
-                                              .be = r->be(),
-                                              .beUnit = r->beUnit()};
-      }
-      return copy;
-    };
-    const PolicerName* last = snapshot.profiles.empty() ? nullptr : &snapshot.profiles.back().first;
-    if (!copyAfter(profiles, last, snapshot.profiles, entryOf, yield)) {
-      return false;
+  auto profileOf = [](const auto& entry) {
+    std::pair<PolicerName, PolicerProfileState> copy{entry.first, {}};
+    if (const auto& r = entry.second->config()) {
+      copy.second.rates = PolicerRatesState{.cir = r->cir(),
+                                            .cirUnit = r->cirUnit(),
+                                            .bc = r->bc(),
+                                            .bcUnit = r->bcUnit(),
+                                            .pir = r->pir(),
+                                            .pirUnit = r->pirUnit(),
+                                            .be = r->be(),
+                                            .beUnit = r->beUnit()};
     }
-  }
-  const auto& instances = policing_->policerInstance();
-  if (snapshot.instances.size() < instances.size()) {
-    snapshot.instances.reserve(instances.size());
-    auto entryOf = [](const auto& entry) {
-      return std::pair{entry.first, PolicerInstanceState{.profile = entry.second->profileName()}};
-    };
-    const PolicerName* last =
-        snapshot.instances.empty() ? nullptr : &snapshot.instances.back().first;
-    if (!copyAfter(instances, last, snapshot.instances, entryOf, yield)) {
-      return false;
-    }
+    return copy;
+  };
+  auto instanceOf = [](const auto& entry) {
+    return std::pair{entry.first, PolicerInstanceState{.profile = entry.second->profileName()}};
+  };
+  if (!copySection(policing_->profile(), snapshot.profiles, profileOf, yield) ||
+      !copySection(policing_->policerInstance(), snapshot.instances, instanceOf, yield)) {
+    return false;
   }
   // The input direction's policers, then the output's, in one vector.
   const auto& inputs = policing_->intfPolicer();

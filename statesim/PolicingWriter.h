@@ -59,14 +59,17 @@ class PolicingWriter {
   // The policing sections (policerProfiles, policerInstances, interfacePolicers) as the edits
   // applied made them: read back from the status objects, the counts as last written (not as
   // tick() has advanced them). The status objects are the only copy of these sections the source
-  // keeps. In the collections' order: no key is compared, so the time is the copy's alone.
-  PolicingSnapshot policingSnapshot() const;
-  // The same, made in slices: copies more of it into `snapshot` (empty at first), from where the
-  // last call stopped, until `yield()` says so; true once it is complete. Nothing may be written
-  // between the calls.
+  // keeps. In the collections' order: no key is compared, so the time is the copy's alone. Made
+  // in slices: copies more of it into `snapshot` (empty at first), from where the last call
+  // stopped, until `yield()` says so; true once it is complete. Nothing may be written between
+  // the calls.
   bool policingSnapshotInto(PolicingSnapshot& snapshot, const std::function<bool()>& yield) const;
-  // The same, placed into `state`.
-  void policingStateOf(State& state) const { placeInto(policingSnapshot(), state); }
+  // The same, whole, placed into `state`.
+  void policingStateOf(State& state) const {
+    PolicingSnapshot snapshot;
+    policingSnapshotInto(snapshot, [] { return false; });
+    placeInto(std::move(snapshot), state);
+  }
   // Advances every interface policer's counters by one second of traffic.
   void tick();
 

@@ -32,25 +32,6 @@ StateSnapshot StatusSource::snapshot() const {
   return snapshot;
 }
 
-namespace {
-
-// Copies more of the section `from` into `to`, which holds its first entries (`entryOf` each);
-// true once all are in (nothing is applied between the calls, so the sizes tell).
-template <typename From, typename Map, typename EntryOf>
-bool copySection(const From& from, Map& to, const std::function<bool()>& yield, EntryOf entryOf) {
-  if (to.size() == from.size()) {
-    return true;
-  }
-  return copyAfter(from, to.empty() ? nullptr : &to.rbegin()->first, to, entryOf, yield);
-}
-
-template <typename Map>
-bool copySection(const Map& from, Map& to, const std::function<bool()>& yield) {
-  return copySection(from, to, yield, [](const auto& entry) { return entry; });
-}
-
-}  // namespace
-
 bool StatusSource::snapshotInto(StateSnapshot& snapshot, const std::function<bool()>& yield) const {
   // The class maps and the policing sections are read back from the status objects, which are
   // all the source keeps of them; the other sections are copied.
@@ -59,7 +40,7 @@ bool StatusSource::snapshotInto(StateSnapshot& snapshot, const std::function<boo
     return config_.classMapState(entry.first, entry.second);
   };
   if (!(copySection(state_.interfaces, rest.interfaces, yield) &&
-        copySection(config_.classMapSlots(), rest.classMaps, yield, classMapOf) &&
+        copySection(config_.classMapSlots(), rest.classMaps, classMapOf, yield) &&
         copySection(state_.policyMaps, rest.policyMaps, yield) &&
         copySection(state_.servicePolicies, rest.servicePolicies, yield) &&
         copySection(state_.classCounters, rest.classCounters, yield) &&
