@@ -93,6 +93,17 @@ class IfPolicerStatsTableEntry
   U64 yellowPktsSent() const { return sum<&Qos::IntfPolicerCounters::yellowPktsSent>(); }
   U64 yellowBytesSent() const { return sum<&Qos::IntfPolicerCounters::yellowBytesSent>(); }
 
+  // The collection, then its first member's status and counters.
+  void warm(int depth) const noexcept {
+    const IntfPolicerInfoStatusColl* coll = intfPolicerInfoStatusColl().get();
+    if (depth == 0) {
+      prefetchObject(coll);
+    } else if (coll) {
+      prefetchObject(coll->first());
+      prefetchObject(coll->firstCounters());
+    }
+  }
+
  private:
   // The first member's name of this type, or "".
   Mox::String firstMemberName(InterfacePolicing::PolicerType type) const;

@@ -39,6 +39,16 @@ class PolicingProfileTableEntry
   Qos::RateUnit pirUnit() const;
   Qos::BurstUnit beUnit() const;
 
+  // The profile, then its configuration.
+  void warm(int depth) const noexcept {
+    const InterfacePolicing::PolicerProfile* profile = policerProfile().get();
+    if (depth == 0) {
+      prefetchObject(profile);
+    } else if (profile) {
+      prefetchObject(profile->config().get());
+    }
+  }
+
  private:
   // The profile's rate/burst configuration, or null.
   const InterfacePolicing::PolicerRateBurst* config() const noexcept;
@@ -58,6 +68,13 @@ class PolicerInstanceTableEntry
     return arg<0>();
   }
   Mox::String profileName() const;
+
+  // The instance (its profile's name lives inside it).
+  void warm(int depth) const noexcept {
+    if (depth == 0) {
+      prefetchObject(policerInstance().get());
+    }
+  }
 };
 
 Quill::Ptr<PolicingProfileTableEntry> policingProfileTableEntryFactory(

@@ -286,11 +286,31 @@ class SnmpTable {
         return SNMP_ERR_GENERR;
       }
       snmp_set_var_typed_value(request->requestvb, column->asnType, buf, static_cast<size_t>(len));
+      warmAhead(*data);
     }
     return SNMP_ERR_NOERROR;
   }
 
  private:
+  // A walk asks for the following rows next, and a row's objects lie wherever their writers put
+  // them, out of the index's order. So each answer warms two rows ahead: the next row's second
+  // level (its first was asked for one answer earlier) and the row after that's first level; both
+  // load while net-snmp finishes this answer and starts the next. Nothing is warmed when the
+  // table changed since the walk took this row: it may have left the tree.
+  static void warmAhead(const Context& data) noexcept {
+    if constexpr (Warmable<Entry>) {
+      if (data.table->version() != data.version) {
+        return;
+      }
+      if (const Entry* next = data.table->next(*data.current)) {
+        next->warm(1);
+        if (const Entry* after = data.table->next(*next)) {
+          after->warm(0);
+        }
+      }
+    }
+  }
+
   // Writes one component of `index` into *var and moves var to the next index varbind.
   template <typename Component>
   static void putComponent(const Component& component, const Index& index,

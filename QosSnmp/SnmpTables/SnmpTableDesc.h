@@ -257,6 +257,12 @@ constexpr bool ascending(const std::array<Column<Entry>, N>& columns) {
 
 }  // namespace detail
 
+// A row that can warm what its columns read, ahead of a walk's request for it (TableEntry.h).
+template <typename Entry>
+concept Warmable = requires(const Entry& entry, int depth) {
+  entry.warm(depth);
+};
+
 // An ordered model table as the iterator walks it (Mox::RbTreeMap): first row, in-order
 // successor, descents for a key, and a version that changes with every insert and removal.
 template <typename Map, typename Entry>

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -43,6 +44,10 @@ class ProbeEntry : public TableEntry<ProbeEntry, ProbeIndex, U32> {
   static constexpr std::array argNames{"value"};
   static inline Mox::AllocationTracker memAllocationTracker_{"QosSnmp::probe::ProbeEntry"};
   U32 value() const noexcept { return arg<0>(); }
+
+  // Which rows a walk warmed, and how deep.
+  void warm(int depth) const noexcept { warmed.emplace_back(index().number, depth); }
+  static inline std::vector<std::pair<U32, int>> warmed;
 };
 
 class ProbeMib : public Mox::Entity {
@@ -94,6 +99,7 @@ class SnmpTableTest : public ::testing::Test {
                                            probeTable_handler);
   }
   void TearDown() override {
+    QosSnmp::probe::ProbeEntry::warmed.clear();
     driver.reset();
     Mib().probeTableColl().delAll();
     QosSnmp::probe::probeModule.unregister("");
@@ -131,6 +137,37 @@ TEST_F(SnmpTableTest, NegativeIntegerHintIsOutOfRangeForAnUnsignedComponent) {
   EXPECT_EQ(driver->first(&negative.integer(-1)), "7");
   EXPECT_TRUE(
       Traced("hint for index probeNumber of probeTable is out of range! value too big for U32"));
+}
+
+// An answer warms the next row's second level and the one after's first; it warms nothing past
+// the last row, and no row of a table that changed since the walk took its row (that row may
+// have left the tree).
+TEST_F(SnmpTableTest, AnAnswerWarmsTheTwoRowsAfterItsOwnWhileTheTableIsUnchanged) {
+  using Warmed = std::vector<std::pair<QosSnmp::U32, int>>;
+  auto& warmed = QosSnmp::probe::ProbeEntry::warmed;
+  for (QosSnmp::U32 number : {1U, 2U, 3U, 4U}) {
+    Mib().probeTableColl().is(ProbeIndex(number), number * 10);
+  }
+  Hint second;
+  ASSERT_EQ(driver->first(&second.integer(2)), "2");
+  EXPECT_EQ(driver->get({2}), SNMP_ERR_NOERROR);
+  EXPECT_EQ(warmed, (Warmed{{3, 1}, {4, 0}}));
+
+  warmed.clear();
+  ASSERT_EQ(driver->next(), "3");
+  EXPECT_EQ(driver->get({2}), SNMP_ERR_NOERROR);
+  EXPECT_EQ(warmed, (Warmed{{4, 1}}));
+  ASSERT_EQ(driver->next(), "4");
+  EXPECT_EQ(driver->get({2}), SNMP_ERR_NOERROR);
+  EXPECT_EQ(warmed, (Warmed{{4, 1}}));
+
+  warmed.clear();
+  Hint first;
+  ASSERT_EQ(driver->first(&first.integer(1)), "1");
+  Mib().probeTableColl().del(ProbeIndex(2));
+  EXPECT_EQ(driver->get({2}), SNMP_ERR_NOERROR);
+  EXPECT_EQ(driver->answer(0).integer, 10);
+  EXPECT_EQ(warmed, Warmed{});
 }
 
 }  // namespace
