@@ -1,0 +1,104 @@
+#!/usr/bin/python3
+"""Two builds of qossnmpd walked side by side: a change's effect on a walk, measured.
+
+For each table it writes one state file (the tables of bench/walk_floor_bench.py), starts both
+builds on it (each waits until its table Sms are ready), checks that a walk of each returns the
+same OIDs, then alternates --runs pairs of walks (the first build first in odd pairs, the
+second first in even ones) of
+
+    snmpbulkwalk -v2c -c public -On -Cr<reps> udp:127.0.0.1:<port> <table>
+
+recording wall time and the agent's CPU time as walk_floor_bench.py does. Prints per table the
+median wall and CPU time of each build, their ratios (second / first), and in how many pairs the
+second build's walk was the faster. Each build is a whole build tree (its qossnmpd finds its own
+plug-in), for instance the commit before a change in a worktree of its own:
+
+    git worktree add /tmp/before HEAD~1
+    cmake -S /tmp/before -B /tmp/before/build-release -DCMAKE_BUILD_TYPE=Release
+    cmake --build /tmp/before/build-release -j2 --target qossnmpd
+    /usr/bin/python3 bench/walk_builds_bench.py /tmp/before/build-release/bin/qossnmpd \\
+        build-release/bin/qossnmpd --tables veloraIfPolicerInStatsTable --runs 8
+"""
+
+from __future__ import annotations
+
+import argparse
+import statistics
+import sys
+import tempfile
+from pathlib import Path
+
+from benchlib import Agent, WalkResult, timed_walk
+from walk_floor_bench import TABLES, checked_walk, medians, wait_for_sms
+
+
+def run(builds: list[Path], name: str, rows: int, runs: int, reps: int, timeout: float,
+        workdir: Path) -> list[list[WalkResult]]:
+    table = TABLES[name]
+    state = workdir / f"{name}-{rows}.json"
+    table.write(state, rows)
+    expected = rows * table.columns
+    agents = []
+    for number, build in enumerate(builds):
+        logs = workdir / f"build{number}"
+        logs.mkdir(exist_ok=True)
+        agents.append(Agent(build, state, logs).__enter__())
+    try:
+        for agent in agents:
+            wait_for_sms(agent)
+        first, second = (checked_walk(a, str(b), table.oid, expected, reps, timeout, workdir)
+                         for a, b in zip(agents, builds))
+        if first != second:
+            sys.exit(f"{name}: the two builds' walks returned other OIDs")
+        walks: list[list[WalkResult]] = [[], []]
+        for pair in range(runs):
+            for which in ((0, 1) if pair % 2 == 0 else (1, 0)):
+                walk = timed_walk(agents[which], table.oid, reps, timeout, workdir)
+                if walk.cut or walk.varbinds != expected:
+                    sys.exit(f"{name}: a walk of {builds[which]} returned {walk.varbinds} "
+                             f"varbinds, expected {expected}")
+                walks[which].append(walk)
+                print(f"# {name}, pair {pair + 1}, build {which + 1}: {walk.wall_s:.3f} s wall, "
+                      f"{walk.cpu_s:.2f} s agent CPU", file=sys.stderr, flush=True)
+    finally:
+        for agent in agents:
+            agent.__exit__(None, None, None)
+    state.unlink()
+    return walks
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
+    parser.add_argument("first", type=Path, help="qossnmpd of the first build (the baseline)")
+    parser.add_argument("second", type=Path, help="qossnmpd of the second build")
+    parser.add_argument("--tables", nargs="+", choices=list(TABLES),
+                        default=["veloraIfPolicerInStatsTable"])
+    parser.add_argument("--rows", type=int, default=100_000)
+    parser.add_argument("--runs", type=int, default=8, help="pairs of walks")
+    parser.add_argument("--reps", type=int, default=50, help="GETBULK max-repetitions")
+    parser.add_argument("--timeout", type=float, default=600)
+    args = parser.parse_args()
+    builds = [args.first, args.second]
+    for build in builds:
+        if not build.exists():
+            sys.exit(f"{build} does not exist: build qossnmpd in Release first")
+
+    print(f"snmpbulkwalk -v2c -On -Cr{args.reps}, {args.rows} rows, {args.runs} alternating "
+          f"pairs; medians\n")
+    print("| table | first wall / CPU s | second wall / CPU s | wall ratio | CPU ratio "
+          "| pairs the second won |")
+    print("|---|---:|---:|---:|---:|---:|")
+    with tempfile.TemporaryDirectory(prefix="walk-builds-bench-") as tmp:
+        for name in args.tables:
+            first, second = run(builds, name, args.rows, args.runs, args.reps, args.timeout,
+                                Path(tmp))
+            (w1, c1), (w2, c2) = medians(first), medians(second)
+            won = sum(b.wall_s < a.wall_s for a, b in zip(first, second))
+            cpu_ratio = f"{c2 / c1:.2f}" if c1 > 0 else "-"
+            print(f"| {name} | {w1:.2f} / {c1:.2f} | {w2:.2f} / {c2:.2f} | {w2 / w1:.2f} | "
+                  f"{cpu_ratio} | {won} of {len(first)} |", flush=True)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
