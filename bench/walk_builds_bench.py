@@ -23,48 +23,30 @@ plug-in), for instance the commit before a change in a worktree of its own:
 from __future__ import annotations
 
 import argparse
-import statistics
+import contextlib
 import sys
 import tempfile
 from pathlib import Path
 
-from benchlib import Agent, WalkResult, timed_walk
-from walk_floor_bench import TABLES, checked_walk, medians, wait_for_sms
+from benchlib import Agent, WalkResult
+from walk_floor_bench import TABLES, alternate, medians, wait_for_sms
 
 
 def run(builds: list[Path], name: str, rows: int, runs: int, reps: int, timeout: float,
         workdir: Path) -> list[list[WalkResult]]:
-    table = TABLES[name]
     state = workdir / f"{name}-{rows}.json"
-    table.write(state, rows)
-    expected = rows * table.columns
-    agents = []
-    for number, build in enumerate(builds):
-        logs = workdir / f"build{number}"
-        logs.mkdir(exist_ok=True)
-        agents.append(Agent(build, state, logs).__enter__())
-    try:
-        for agent in agents:
+    TABLES[name].write(state, rows)
+    with contextlib.ExitStack() as stack:
+        agents = {}
+        for number, build in enumerate(builds, 1):
+            logs = workdir / f"build{number}"
+            logs.mkdir(exist_ok=True)
+            agents[f"build {number}"] = stack.enter_context(Agent(build, state, logs))
+        for agent in agents.values():
             wait_for_sms(agent)
-        first, second = (checked_walk(a, str(b), table.oid, expected, reps, timeout, workdir)
-                         for a, b in zip(agents, builds))
-        if first != second:
-            sys.exit(f"{name}: the two builds' walks returned other OIDs")
-        walks: list[list[WalkResult]] = [[], []]
-        for pair in range(runs):
-            for which in ((0, 1) if pair % 2 == 0 else (1, 0)):
-                walk = timed_walk(agents[which], table.oid, reps, timeout, workdir)
-                if walk.cut or walk.varbinds != expected:
-                    sys.exit(f"{name}: a walk of {builds[which]} returned {walk.varbinds} "
-                             f"varbinds, expected {expected}")
-                walks[which].append(walk)
-                print(f"# {name}, pair {pair + 1}, build {which + 1}: {walk.wall_s:.3f} s wall, "
-                      f"{walk.cpu_s:.2f} s agent CPU", file=sys.stderr, flush=True)
-    finally:
-        for agent in agents:
-            agent.__exit__(None, None, None)
+        walks = alternate(name, rows, agents, runs, reps, timeout, workdir, swap=True)
     state.unlink()
-    return walks
+    return list(walks.values())
 
 
 def main() -> int:

@@ -133,31 +133,44 @@ class Row:
     floor: list[WalkResult]
 
 
+def alternate(name: str, rows: int, agents: dict[str, Agent], runs: int, reps: int,
+              timeout: float, workdir: Path, swap: bool = False) -> dict[str, list[WalkResult]]:
+    """Checks that a walk of table `name` of each of `agents` (by label) returns the expected
+    varbinds and the same OIDs, then walks them in turn `runs` times, in reverse order every
+    other round when `swap`; each agent's walks by label."""
+    table = TABLES[name]
+    expected = rows * table.columns
+    labels = list(agents)
+    served = [checked_walk(agents[label], label, table.oid, expected, reps, timeout, workdir)
+              for label in labels]
+    for label, oids in zip(labels[1:], served[1:]):
+        if oids != served[0]:
+            sys.exit(f"{name}: the {label}'s walk returned other OIDs than {labels[0]}'s")
+    print(f"# {name}, {rows} rows: all return the same {expected} OIDs",
+          file=sys.stderr, flush=True)
+    results: dict[str, list[WalkResult]] = {label: [] for label in labels}
+    for run_number in range(runs):
+        for label in (labels[::-1] if swap and run_number % 2 else labels):
+            walk = timed_walk(agents[label], table.oid, reps, timeout, workdir)
+            if walk.cut or walk.varbinds != expected:
+                sys.exit(f"{name}: a walk of {label} returned {walk.varbinds} varbinds, "
+                         f"expected {expected}")
+            results[label].append(walk)
+            print(f"# {name}, {rows} rows, run {run_number + 1}, {label}: "
+                  f"{walk.wall_s:.3f} s wall, {walk.cpu_s:.2f} s agent CPU",
+                  file=sys.stderr, flush=True)
+    return results
+
+
 def run(qossnmpd: Path, floor: Path, name: str, rows: int, runs: int, reps: int,
         timeout: float, workdir: Path) -> Row:
-    table = TABLES[name]
     state = workdir / f"{name}-{rows}.json"
-    table.write(state, rows)
-    expected = rows * table.columns
-    results: dict[str, list[WalkResult]] = {"qossnmpd": [], "floor": []}
+    TABLES[name].write(state, rows)
     with Agent(qossnmpd, state, workdir) as agent:
         wait_for_sms(agent)
         with Floor(floor, name, state, workdir) as base:
-            served = checked_walk(agent, "qossnmpd", table.oid, expected, reps, timeout, workdir)
-            if checked_walk(base, "floor", table.oid, expected, reps, timeout, workdir) != served:
-                sys.exit(f"{name}: the floor's walk returned other OIDs than qossnmpd's")
-            print(f"# {name}, {rows} rows: both return the same {expected} OIDs",
-                  file=sys.stderr, flush=True)
-            for run_number in range(runs):
-                for label, which in (("qossnmpd", agent), ("floor", base)):
-                    walk = timed_walk(which, table.oid, reps, timeout, workdir)
-                    if walk.cut or walk.varbinds != expected:
-                        sys.exit(f"{name}: a walk of {label} returned {walk.varbinds} varbinds, "
-                                 f"expected {expected}")
-                    results[label].append(walk)
-                    print(f"# {name}, {rows} rows, run {run_number + 1}, {label}: "
-                          f"{walk.wall_s:.3f} s wall, {walk.cpu_s:.2f} s agent CPU",
-                          file=sys.stderr, flush=True)
+            results = alternate(name, rows, {"qossnmpd": agent, "floor": base}, runs, reps,
+                                timeout, workdir)
     state.unlink()
     return Row(name, rows, results["qossnmpd"], results["floor"])
 
