@@ -167,7 +167,7 @@ void ConfigWriter::policyMapsIs(const State& state, const StatsWriter& stats,
       classRows[QosSnmp::PolicyMapClassTableIndex(index.policyMapId, index.policyMapType,
                                                   classIndex)] = {status, classMapId};
       auto classAction = classActions_.is(ClassActionKey(index, classMapId), [&] {
-        return Quill::make<Qos::ClassAction>(classMapId.str());
+        return Quill::make<Qos::ClassAction>(Mox::String(classMapId.str()));
       });
       // The control plane applies its policy maps in the input direction.
       auto hwStatus = controlPlane ? stats.classMapHwStatus(QosSnmp::QosStatsTableIndex(

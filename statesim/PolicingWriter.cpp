@@ -269,7 +269,8 @@ bool PolicingWriter::policingSnapshotInto(PolicingSnapshot& snapshot,
     return copy;
   };
   auto instanceOf = [](const auto& entry) {
-    return std::pair{entry.first, PolicerInstanceState{.profile = entry.second->profileName()}};
+    return std::pair{entry.first,
+                     PolicerInstanceState{.profile = std::string(entry.second->profileName())}};
   };
   if (!copySection(policing_->profile(), snapshot.profiles, profileOf, yield) ||
       !copySection(policing_->policerInstance(), snapshot.instances, instanceOf, yield)) {

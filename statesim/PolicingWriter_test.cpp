@@ -59,9 +59,9 @@ class PolicingWriterTest : public StatusSourceTest {
     StatusSourceTest::SetUp();
     const Qos::PolicingStatus& p = Policing();
     profileChanges = p.profile().changes().subscribe(
-        [this](const PolicerName& n) { seen.push_back("profile " + n.str()); });
+        [this](const PolicerName& n) { seen.push_back(fmt::format("profile {}", n)); });
     instanceChanges = p.policerInstance().changes().subscribe(
-        [this](const PolicerName& n) { seen.push_back("instance " + n.str()); });
+        [this](const PolicerName& n) { seen.push_back(fmt::format("instance {}", n)); });
     inChanges = p.intfPolicer().changes().subscribe(
         [this](const Qos::IntfPairKey& k) { seen.push_back(fmt::format("in {}", k)); });
     outChanges = p.intfPolicerOutput().changes().subscribe(

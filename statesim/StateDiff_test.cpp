@@ -19,7 +19,7 @@ State Parsed(const std::string& text) {
 std::vector<std::string> Names(const std::vector<PolicerName>& names) {
   std::vector<std::string> out;
   for (const auto& n : names) {
-    out.push_back(n.str());
+    out.emplace_back(n.str());
   }
   return out;
 }

@@ -212,7 +212,7 @@ TEST_F(StateLoaderTest, RequestsWhileAResultWaitsMakeOneMoreReadOfTheNewestFile)
     auto result = Next(loader);
     ASSERT_TRUE(result.edits) << result.error;
     for (const auto& [name, profile] : result.edits->values.policerProfiles) {
-      profiles.insert(name.str());
+      profiles.emplace(name.str());
     }
     ++results;
     ASSERT_LE(results, 2);

@@ -91,9 +91,9 @@ const Json& JsonObject::required(std::string_view name) const {
   return *v;
 }
 
-std::string JsonObject::string(std::string_view name, const std::string& otherwise) const {
+std::string JsonObject::string(std::string_view name, std::string_view otherwise) const {
   const Json* v = member(name);
-  return v ? r_.string(*v, at(name)) : otherwise;
+  return v ? r_.string(*v, at(name)) : std::string(otherwise);
 }
 
 bool JsonObject::boolean(std::string_view name, bool otherwise) const {

@@ -144,7 +144,7 @@ class JsonObject {
   const std::string& string(std::string_view name) const {
     return r_.string(required(name), at(name));
   }
-  std::string string(std::string_view name, const std::string& otherwise) const;
+  std::string string(std::string_view name, std::string_view otherwise) const;
   bool boolean(std::string_view name, bool otherwise) const;
   U64 number(std::string_view name, U64 max, U64 otherwise) const;
   Linko::IntfId interface(std::string_view name) const {

@@ -203,9 +203,9 @@ TEST_F(StatusSourceTest, AClassNeverNamesAClassMapWithoutARow) {
   size_t steps = 0;
   auto everyClassHasItsClassMap = [&] {
     ++steps;
-    std::set<std::string> ids;
+    std::set<std::string, std::less<>> ids;
     for (const auto& row : mib.classMapTable()) {
-      ids.insert(row.index().classMapId.str());
+      ids.emplace(row.index().classMapId.str());
     }
     for (const auto& row : mib.policyMapClassTable()) {
       EXPECT_TRUE(ids.contains(row.classMapId().str()))

@@ -39,7 +39,7 @@ class StatusSourceTest : public ::testing::Test {
   std::vector<std::string> RowIds() const {
     std::vector<std::string> ids;
     for (const auto& row : source.qosMib()->classMapTable()) {
-      ids.push_back(row.classMapId().str());
+      ids.emplace_back(row.classMapId().str());
     }
     return ids;
   }

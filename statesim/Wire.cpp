@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <optional>
+#include <string_view>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -72,7 +73,7 @@ class Writer {
       put(static_cast<unsigned char>(v));
     } else if constexpr (std::is_arithmetic_v<T> || std::is_enum_v<T>) {
       out_.append(reinterpret_cast<const char*>(&v), sizeof v);
-    } else if constexpr (std::is_same_v<T, std::string>) {
+    } else if constexpr (std::is_same_v<T, std::string> || std::is_same_v<T, std::string_view>) {
       put(static_cast<U32>(v.size()));
       out_ += v;
     } else if constexpr (requires { v.str(); }) {  // Snmp::String, PolicerName

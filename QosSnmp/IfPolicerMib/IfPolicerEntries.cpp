@@ -47,7 +47,7 @@ Mox::String IfPolicerStatsTableEntry::firstMemberName(InterfacePolicing::Policer
     return {};
   }
   const InterfacePolicing::PolicerName* name = first->policerName(type);
-  return name ? name->str() : Mox::String();
+  return name ? Mox::String(name->str()) : Mox::String();
 }
 
 Mox::String IfPolicerStatsTableEntry::policerProfile() const {

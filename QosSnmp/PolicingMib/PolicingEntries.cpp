@@ -44,7 +44,7 @@ Qos::BurstUnit PolicingProfileTableEntry::beUnit() const {
 }
 
 Mox::String PolicerInstanceTableEntry::profileName() const {
-  return policerInstance() ? policerInstance()->profileName() : Mox::String();
+  return policerInstance() ? Mox::String(policerInstance()->profileName()) : Mox::String();
 }
 
 Quill::Ptr<PolicingProfileTableEntry> policingProfileTableEntryFactory(

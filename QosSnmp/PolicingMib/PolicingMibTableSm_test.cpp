@@ -105,7 +105,7 @@ class PolicingTableSmTest : public ::testing::Test {
   std::vector<std::string> profileRows() const {
     std::vector<std::string> names;
     for (const auto& row : mib_->policingProfileTableColl()) {
-      names.push_back(row.index().profileName.str());
+      names.emplace_back(row.index().profileName.str());
     }
     return names;
   }
@@ -119,14 +119,14 @@ class PolicingTableSmTest : public ::testing::Test {
   void expectProfileRowsEqualTheStatus() const {
     std::vector<std::string> names;
     for (const auto& [name, value] : status_->policingStatus()->profile()) {
-      names.push_back(name.str());
+      names.emplace_back(name.str());
     }
     expectProfileRowsEqual(names);
   }
   std::vector<std::string> instanceRows() const {
     std::vector<std::string> names;
     for (const auto& row : mib_->policerInstanceTableColl()) {
-      names.push_back(row.index().policerName.str());
+      names.emplace_back(row.index().policerName.str());
     }
     return names;
   }
@@ -292,7 +292,7 @@ TEST_F(PolicingTableSmTest, ThousandsOfKeptRowsAreSortedInSlicesAndTheLastWriteW
     if (scanned.size() == 1000) {
       break;
     }
-    scanned.push_back(name.str());
+    scanned.emplace_back(name.str());
   }
   const std::string replaced = scanned[0], deleted = scanned[10], again = scanned[999];
   addProfile(replaced, 999);
@@ -338,7 +338,7 @@ TEST_F(PolicingTableSmTest, ScanResumesAfterItsBookmarkKeyWasDeleted) {
       runOnce();
     }
     ASSERT_TRUE(scan()->bookmark().has_value());
-    victims.push_back(scan()->bookmark()->str());
+    victims.emplace_back(scan()->bookmark()->str());
     policing_->profileDel(*scan()->bookmark());
   }
   scheduler_->runUntilIdle();

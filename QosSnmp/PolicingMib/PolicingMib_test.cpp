@@ -43,7 +43,7 @@ class PolicingMibTest : public ::testing::Test {
   void SetUp() override {
     sub = mib->changes().subscribe([this](const Quill::U32& attr) { attrs.push_back(attr); });
     keySub = mib->policingProfileTable().changes().subscribe(
-        [this](const PolicingProfileTableIndex& key) { keys.push_back(key.profileName.str()); });
+        [this](const PolicingProfileTableIndex& key) { keys.emplace_back(key.profileName.str()); });
   }
 
   static Quill::Ptr<PolicerProfile const> Profile(const char* name) {
@@ -52,7 +52,7 @@ class PolicingMibTest : public ::testing::Test {
   std::vector<std::string> ProfileRows() const {
     std::vector<std::string> rows;
     for (const auto& row : mib->policingProfileTable()) {
-      rows.push_back(row.profileName().str());
+      rows.emplace_back(row.profileName().str());
     }
     return rows;
   }

@@ -100,7 +100,7 @@ constexpr IndexComponent<Index, Snmp::String> octetStringAt(
           [](const netsnmp_variable_list& var) {
             return Snmp::AsnOctetStringToSnmpString(var.val.string, var.val_len);
           },
-          [](const Snmp::String& value) { return value.str(); }};
+          [](const Snmp::String& value) { return std::string(value.str()); }};
 }
 
 // An integer or enumeration component with its encoder `Encode(value, buf, size)` and its

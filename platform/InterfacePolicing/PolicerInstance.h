@@ -3,27 +3,29 @@
 // as a new object under the same name.
 #pragma once
 
+#include <string_view>
+
 #include <fmt/format.h>
 
 #include "InterfacePolicing/PolicerName.h"
 #include "Quill/Format.h"
 #include "Quill/Object.h"
-#include "Quill/String.h"
+#include "Mox/CompactString.h"
 
 namespace InterfacePolicing {
 
 class PolicerInstance : public Quill::Object {
  public:
-  PolicerInstance(PolicerName name, Mox::String profileName)
-      : name_(std::move(name)), profileName_(std::move(profileName)) {}
+  PolicerInstance(PolicerName name, std::string_view profileName)
+      : name_(std::move(name)), profileName_(profileName) {}
 
   const PolicerName& name() const noexcept { return name_; }
   // The profile this policer uses (may be empty).
-  const Mox::String& profileName() const noexcept { return profileName_; }
+  std::string_view profileName() const noexcept { return profileName_.view(); }
 
  private:
   const PolicerName name_;
-  const Mox::String profileName_;
+  const Mox::CompactString profileName_;
 };
 
 }  // namespace InterfacePolicing

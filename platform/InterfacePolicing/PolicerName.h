@@ -1,7 +1,7 @@
 // InterfacePolicing::PolicerName: the name of a policing profile or policer instance, a byte
 // string of at most maxLength (64) bytes. Building a longer one raises Quill::RangeException.
 // A plain value: ordered by bytes (unsigned), hashed with the framework's single-attribute
-// hash, printed as its bytes.
+// hash, printed as its bytes. Held in a compact string: a name of up to 15 bytes takes 16.
 #pragma once
 
 #include <compare>
@@ -10,6 +10,7 @@
 
 #include <fmt/format.h>
 
+#include "Mox/CompactString.h"
 #include "Mox/Hash.h"
 #include "Quill/Exception.h"
 #include "Quill/IntTypes.h"
@@ -24,25 +25,25 @@ class PolicerName {
   explicit PolicerName(std::string_view bytes) : bytes_(checked(bytes)) {}
   explicit PolicerName(const char* bytes) : PolicerName(std::string_view(bytes)) {}
 
-  const std::string& str() const noexcept { return bytes_; }
+  std::string_view str() const noexcept { return bytes_.view(); }
   size_t size() const noexcept { return bytes_.size(); }
   bool empty() const noexcept { return bytes_.empty(); }
-  U32 hash() const noexcept { return Mox::hashBytes(bytes_); }
+  U32 hash() const noexcept { return Mox::hashBytes(bytes_.view()); }
 
   friend bool operator==(const PolicerName& a, const PolicerName& b) noexcept = default;
   // char_traits<char> compares bytes as unsigned values.
   friend std::strong_ordering operator<=>(const PolicerName& a, const PolicerName& b) noexcept {
-    return std::string_view(a.bytes_).compare(b.bytes_) <=> 0;
+    return a.bytes_ <=> b.bytes_;
   }
 
  private:
-  static std::string checked(std::string_view bytes) {
+  static Mox::CompactString checked(std::string_view bytes) {
     if (bytes.size() > maxLength) {
       throw Quill::RangeException("Mox::String::bytes > maxLength() not allowed");
     }
-    return std::string(bytes);
+    return Mox::CompactString(bytes);
   }
-  std::string bytes_;
+  Mox::CompactString bytes_;
 };
 
 }  // namespace InterfacePolicing

@@ -23,8 +23,10 @@
 
 namespace Mox {
 
+// Three pointers: the node's color is kept in the low bit of its parent pointer.
 using RbTreeNode =
-    boost::intrusive::set_base_hook<boost::intrusive::link_mode<boost::intrusive::safe_link>>;
+    boost::intrusive::set_base_hook<boost::intrusive::link_mode<boost::intrusive::safe_link>,
+                                    boost::intrusive::optimize_size<true>>;
 
 template <typename Entry, typename Index>
 class RbTreeMap {

@@ -3,6 +3,7 @@
 // It orders as a non-IMPLIED OCTET STRING index is encoded in an OID: shorter strings first,
 // then byte by byte as unsigned values. That makes the model's walk order the OID order that
 // SNMP clients require. At most maxLength bytes; a longer value raises Quill::RangeException.
+// Held in a compact string: an index of up to 15 bytes takes 16.
 #pragma once
 
 #include <compare>
@@ -11,6 +12,7 @@
 
 #include <fmt/format.h>
 
+#include "Mox/CompactString.h"
 #include "Mox/Hash.h"
 #include "Mox/Record.h"
 #include "Quill/Exception.h"
@@ -26,19 +28,18 @@ class String {
   String(std::string_view bytes) : bytes_(checked(bytes)) {}  // NOLINT(google-explicit-constructor)
   String(const char* bytes) : String(std::string_view(bytes)) {}  // NOLINT
 
-  const std::string& str() const noexcept { return bytes_; }
+  std::string_view str() const noexcept { return bytes_.view(); }
   const char* data() const noexcept { return bytes_.data(); }
   size_t size() const noexcept { return bytes_.size(); }
   bool empty() const noexcept { return bytes_.empty(); }
-  U32 hash() const noexcept { return Mox::hashBytes(bytes_); }
+  U32 hash() const noexcept { return Mox::hashBytes(bytes_.view()); }
 
   friend bool operator==(const String& a, const String& b) noexcept { return a.bytes_ == b.bytes_; }
   friend bool operator<(const String& a, const String& b) noexcept {
     if (a.size() != b.size()) {
       return a.size() < b.size();
     }
-    return std::string_view(a.bytes_) <
-           std::string_view(b.bytes_);  // char_traits<char> is unsigned
+    return a.bytes_ < b.bytes_;  // bytes compare unsigned
   }
   friend std::strong_ordering operator<=>(const String& a, const String& b) noexcept {
     if (a < b) {
@@ -48,13 +49,13 @@ class String {
   }
 
  private:
-  static std::string checked(std::string_view bytes) {
+  static Mox::CompactString checked(std::string_view bytes) {
     if (bytes.size() > maxLength) {
       throw Quill::RangeException("Snmp::String::bytes > maxLength() not allowed");
     }
-    return std::string(bytes);
+    return Mox::CompactString(bytes);
   }
-  std::string bytes_;
+  Mox::CompactString bytes_;
 };
 
 }  // namespace Snmp
