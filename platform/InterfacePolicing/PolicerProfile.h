@@ -30,19 +30,29 @@ class PolicerRateBurst : public Quill::Object {
     Qos::BurstUnit beUnit{};
   };
 
-  explicit PolicerRateBurst(const Values& v) noexcept : v_(v) {}
+  explicit PolicerRateBurst(const Values& v) noexcept
+      : rates_{v.cir, v.bc, v.pir, v.be},
+        cirUnit_(v.cirUnit),
+        bcUnit_(v.bcUnit),
+        pirUnit_(v.pirUnit),
+        beUnit_(v.beUnit) {}
 
-  U64 cir() const noexcept { return v_.cir; }
-  Qos::RateUnit cirUnit() const noexcept { return v_.cirUnit; }
-  U64 bc() const noexcept { return v_.bc; }
-  Qos::BurstUnit bcUnit() const noexcept { return v_.bcUnit; }
-  U64 pir() const noexcept { return v_.pir; }
-  Qos::RateUnit pirUnit() const noexcept { return v_.pirUnit; }
-  U64 be() const noexcept { return v_.be; }
-  Qos::BurstUnit beUnit() const noexcept { return v_.beUnit; }
+  U64 cir() const noexcept { return rates_[0]; }
+  Qos::RateUnit cirUnit() const noexcept { return cirUnit_; }
+  U64 bc() const noexcept { return rates_[1]; }
+  Qos::BurstUnit bcUnit() const noexcept { return bcUnit_; }
+  U64 pir() const noexcept { return rates_[2]; }
+  Qos::RateUnit pirUnit() const noexcept { return pirUnit_; }
+  U64 be() const noexcept { return rates_[3]; }
+  Qos::BurstUnit beUnit() const noexcept { return beUnit_; }
 
  private:
-  const Values v_;
+  // The four numbers first and the one-byte units after them: 36 bytes, not Values' 64.
+  const U64 rates_[4];
+  const Qos::RateUnit cirUnit_;
+  const Qos::BurstUnit bcUnit_;
+  const Qos::RateUnit pirUnit_;
+  const Qos::BurstUnit beUnit_;
 };
 
 // A policing profile: its name and its rate/burst configuration (null when it has none).

@@ -58,8 +58,7 @@ class CompactString {
     return a.view() == b.view();
   }
   // Byte order, the bytes compared as unsigned values (as char_traits<char> does).
-  friend std::strong_ordering operator<=>(const CompactString& a,
-                                          const CompactString& b) noexcept {
+  friend std::strong_ordering operator<=>(const CompactString& a, const CompactString& b) noexcept {
     return a.view().compare(b.view()) <=> 0;
   }
 

@@ -29,9 +29,10 @@
 #include <concepts>
 #include <functional>
 #include <iterator>
-#include <set>
 #include <type_traits>
 #include <utility>
+
+#include <boost/intrusive/set.hpp>
 
 #include "Mox/Hash.h"
 #include "Quill/IntTypes.h"
@@ -46,9 +47,15 @@ inline constexpr U32 watchedMapDefaultTypeSeed = 0x5bd1e995;
 
 template <typename K, typename V, U32 TypeSeed = watchedMapDefaultTypeSeed>
 class WatchedMap {
-  struct Node {
+  // One allocation per key: the tree links (three words, the color in a pointer's low bit),
+  // the key's hash and the pair.
+  struct Node : boost::intrusive::set_base_hook<boost::intrusive::optimize_size<true>> {
+    Node(U32 h, const K& k, V v) : hash(h), kv(k, std::move(v)) {}
     U32 hash;
     mutable std::pair<const K, V> kv;  // the set orders by hash and key; only kv.second changes
+  };
+  struct Dispose {
+    void operator()(Node* n) const { delete n; }
   };
   struct Probe {
     U32 hash;
@@ -66,7 +73,8 @@ class WatchedMap {
     static const K& keyOf(const Node& n) { return n.kv.first; }
     static const K& keyOf(const Probe& p) { return p.key; }
   };
-  using Set = std::set<Node, Less>;
+  using Set = boost::intrusive::set<Node, boost::intrusive::compare<Less>,
+                                    boost::intrusive::constant_time_size<true>>;
 
  public:
   using key_type = K;
@@ -109,6 +117,7 @@ class WatchedMap {
   WatchedMap() = default;
   WatchedMap(const WatchedMap&) = delete;
   WatchedMap& operator=(const WatchedMap&) = delete;
+  ~WatchedMap() { set_.clear_and_dispose(Dispose{}); }  // no changes published
 
   size_t size() const noexcept { return set_.size(); }
   bool empty() const noexcept { return set_.empty(); }
@@ -117,13 +126,13 @@ class WatchedMap {
 
   // The value stored under k, or null. Valid until the next change of k.
   const V* find(const K& k) const {
-    auto it = set_.find(Probe{keyHash(k), k});
+    auto it = set_.find(Probe{keyHash(k), k}, Less{});
     return it == set_.end() ? nullptr : &it->kv.second;
   }
   bool contains(const K& k) const { return find(k) != nullptr; }
   // The first element not before k in iteration order; k need not be present.
   const_iterator resumeAt(const K& k) const {
-    return const_iterator(set_.lower_bound(Probe{keyHash(k), k}));
+    return const_iterator(set_.lower_bound(Probe{keyHash(k), k}, Less{}));
   }
 
   // Inserts k or replaces its value; returns whether that changed anything. Setting the value k
@@ -134,7 +143,7 @@ class WatchedMap {
     const Probe probe{keyHash(k), k};
     auto it = placeOf(probe);
     if (it == set_.end() || Less{}(probe, *it)) {
-      lastInsert_ = set_.emplace_hint(it, Node{probe.hash, value_type(k, std::move(v))});
+      lastInsert_ = set_.insert_before(it, *new Node(probe.hash, k, std::move(v)));
     } else {
       if constexpr (std::equality_comparable<V>) {
         if (it->kv.second == v) {
@@ -149,7 +158,7 @@ class WatchedMap {
 
   // Removes k; false (and no change) when absent.
   bool del(const K& k) {
-    auto it = set_.find(Probe{keyHash(k), k});
+    auto it = set_.find(Probe{keyHash(k), k}, Less{});
     if (it == set_.end()) {
       return false;
     }
@@ -208,14 +217,14 @@ class WatchedMap {
         return next;
       }
     }
-    return set_.lower_bound(probe);
+    return set_.lower_bound(probe, Less{});
   }
 
   void erase(typename Set::iterator it) {
     if (it == lastInsert_) {
       lastInsert_ = set_.end();
     }
-    set_.erase(it);
+    set_.erase_and_dispose(it, Dispose{});
   }
 
   void changed(const K& k) {
