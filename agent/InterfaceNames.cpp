@@ -27,7 +27,8 @@ constexpr unsigned ifAliasColumn = 18;
 unsigned ifXTableColumns[] = {ifNameColumn, ifAliasColumn};
 
 // Answers the GETs the table iterator has matched with rows (GETNEXT reaches here as GET); the
-// row's data context is its name. ifDescr and ifName are the name, ifAlias empty.
+// row's data context is the interface that names it. ifDescr and ifName are the name, ifAlias
+// empty.
 int answer(netsnmp_mib_handler*, netsnmp_handler_registration*, netsnmp_agent_request_info* reqinfo,
            netsnmp_request_info* requests) {
   if (reqinfo->mode != MODE_GET) {
@@ -37,15 +38,15 @@ int answer(netsnmp_mib_handler*, netsnmp_handler_registration*, netsnmp_agent_re
     if (request->processed) {
       continue;
     }
-    const auto* name = static_cast<const std::string*>(netsnmp_extract_iterator_context(request));
+    const auto* intf = static_cast<const Linko::IntfId*>(netsnmp_extract_iterator_context(request));
     netsnmp_table_request_info* info = netsnmp_extract_table_info(request);
-    if (name == nullptr || info == nullptr) {
+    if (intf == nullptr || info == nullptr) {
       netsnmp_set_request_error(reqinfo, request, SNMP_NOSUCHINSTANCE);
       continue;
     }
     // Column 18 is ifXTable's only: ifTable's registration serves column 2 alone.
-    const std::string_view value =
-        info->colnum == ifAliasColumn ? std::string_view() : std::string_view(*name);
+    const std::string name = info->colnum == ifAliasColumn ? std::string() : intf->name();
+    const std::string_view value = name;
     snmp_set_var_typed_value(request->requestvb, ASN_OCTET_STR,
                              reinterpret_cast<const u_char*>(value.data()), value.size());
   }
@@ -54,44 +55,44 @@ int answer(netsnmp_mib_handler*, netsnmp_handler_registration*, netsnmp_agent_re
 
 }  // namespace
 
-// The sorted iterator's callbacks over the rows. The loop context is the current row's map node
-// (the rows do not change during a request); its data context is the row's name. The iterator
-// hands get_first the request's parsed index as a hint: a walk starts at the row it names, or at
-// the first row when it names none (net-snmp compares every row it is given with the request, so
-// the hint only saves steps).
+// The sorted iterator's callbacks over the rows. The loop context is the current row's first
+// pair (the rows do not change during a request); its data context is that pair's interface. The
+// iterator hands get_first the request's parsed index as a hint: a walk starts at the row it
+// names, or at the first row when it names none (net-snmp compares every row it is given with the
+// request, so the hint only saves steps).
 struct InterfaceNames::Iteration {
-  using Row = Entries::value_type;
+  using Pair = Pairs::value_type;
 
-  static const Entries& rows(netsnmp_iterator_info* iinfo) {
-    return static_cast<const InterfaceNames*>(iinfo->myvoid)->entries_;
+  static const InterfaceNames& names(netsnmp_iterator_info* iinfo) {
+    return *static_cast<const InterfaceNames*>(iinfo->myvoid);
   }
 
   // The row a hint names, if any: one INTEGER component in ifIndex's range that is a row.
-  static Entries::const_iterator hinted(const Entries& entries, const void* loopContext) {
+  static Pairs::const_iterator hinted(const InterfaceNames& names, const void* loopContext) {
     const auto* hint = static_cast<const netsnmp_table_request_info*>(loopContext);
     if (hint == nullptr || Snmp::CordbUtil::ignoreIteratorHints() || hint->number_indexes != 1 ||
         hint->indexes == nullptr || hint->indexes->type != ASN_INTEGER ||
         hint->indexes->val.integer == nullptr) {
-      return entries.end();
+      return names.pairs_.end();
     }
     const long ifIndex = *hint->indexes->val.integer;
     if (ifIndex < 0 || static_cast<unsigned long>(ifIndex) > std::numeric_limits<U32>::max()) {
-      return entries.end();
+      return names.pairs_.end();
     }
-    return entries.find(static_cast<U32>(ifIndex));
+    return names.row(static_cast<U32>(ifIndex));
   }
 
-  static netsnmp_variable_list* point(Entries::const_iterator it, const Entries& entries,
+  static netsnmp_variable_list* point(Pairs::const_iterator it, const Pairs& pairs,
                                       void** loopContext, void** dataContext,
                                       netsnmp_variable_list* index) {
-    if (it == entries.end()) {
+    if (it == pairs.end()) {
       *loopContext = nullptr;
       return nullptr;
     }
-    const Row& row = *it;
-    *loopContext = const_cast<Row*>(&row);
-    *dataContext = const_cast<std::string*>(&row.second.name);
-    const long ifIndex = row.first;
+    const Pair& pair = *it;
+    *loopContext = const_cast<Pair*>(&pair);
+    *dataContext = const_cast<Linko::IntfId*>(&pair.second);
+    const long ifIndex = pair.first;
     snmp_set_var_typed_value(index, ASN_INTEGER, reinterpret_cast<const u_char*>(&ifIndex),
                              sizeof ifIndex);
     return index;
@@ -99,20 +100,22 @@ struct InterfaceNames::Iteration {
 
   static netsnmp_variable_list* first(void** loopContext, void** dataContext,
                                       netsnmp_variable_list* index, netsnmp_iterator_info* iinfo) {
-    const Entries& entries = rows(iinfo);
-    auto it = hinted(entries, *loopContext);
-    return point(it != entries.end() ? it : entries.begin(), entries, loopContext, dataContext,
+    const InterfaceNames& n = names(iinfo);
+    auto it = hinted(n, *loopContext);
+    return point(it != n.pairs_.end() ? it : n.pairs_.begin(), n.pairs_, loopContext, dataContext,
                  index);
   }
 
   static netsnmp_variable_list* next(void** loopContext, void** dataContext,
                                      netsnmp_variable_list* index, netsnmp_iterator_info* iinfo) {
-    const Entries& entries = rows(iinfo);
-    const auto* current = static_cast<const Row*>(*loopContext);
+    const Pairs& pairs = names(iinfo).pairs_;
+    const auto* current = static_cast<const Pair*>(*loopContext);
     if (current == nullptr) {
       return nullptr;
     }
-    return point(entries.upper_bound(current->first), entries, loopContext, dataContext, index);
+    // The next row: the first pair of the next ifIndex.
+    const Pair last{current->first, Linko::IntfId(std::numeric_limits<U32>::max())};
+    return point(pairs.upper_bound(last), pairs, loopContext, dataContext, index);
   }
 };
 
@@ -186,15 +189,20 @@ void InterfaceNames::serve() {
 }
 
 std::optional<std::string> InterfaceNames::name(U32 ifIndex) const {
-  auto it = entries_.find(ifIndex);
-  if (it == entries_.end()) {
+  auto it = row(ifIndex);
+  if (it == pairs_.end()) {
     return std::nullopt;
   }
-  return it->second.name;
+  return it->second.name();
 }
 
 size_t InterfaceNames::rows() const {
-  return entries_.size();
+  return rows_;
+}
+
+InterfaceNames::Pairs::const_iterator InterfaceNames::row(U32 ifIndex) const {
+  auto it = pairs_.lower_bound({ifIndex, Linko::IntfId()});
+  return it != pairs_.end() && it->first == ifIndex ? it : pairs_.end();
 }
 
 void InterfaceNames::changed(Linko::IntfId intf) {
@@ -204,29 +212,16 @@ void InterfaceNames::changed(Linko::IntfId intf) {
     if (now != nullptr && *now == shown->second) {
       return;
     }
-    U32 old = shown->second;
-    entries_[old].intfs.erase(intf);
+    const U32 old = shown->second;
+    pairs_.erase({old, intf});
     ifIndexByIntf_.erase(shown);
-    sync(old);
+    rows_ -= row(old) == pairs_.end() ? 1 : 0;
   }
   if (now != nullptr) {
+    rows_ += row(*now) == pairs_.end() ? 1 : 0;
     ifIndexByIntf_.emplace(intf, *now);
-    entries_[*now].intfs.insert(intf);
-    sync(*now);
+    pairs_.emplace(*now, intf);
   }
-}
-
-void InterfaceNames::sync(U32 ifIndex) {
-  auto it = entries_.find(ifIndex);
-  if (it == entries_.end()) {
-    return;
-  }
-  Entry& entry = it->second;
-  if (entry.intfs.empty()) {
-    entries_.erase(it);
-    return;
-  }
-  entry.name = entry.intfs.begin()->name();
 }
 
 }  // namespace Agent

@@ -11,8 +11,8 @@
 // The rows are an ordered map by ifIndex, served to both registrations through net-snmp's sorted
 // table iterator, and follow the map key by key: the object subscribes to the map's changes and
 // moves, adds or removes the one row a change touches. A request starts at the row its index
-// names (the iterator's hint), so a walk costs a lookup per row; a row costs its map nodes and
-// name, not a net-snmp row with its index varbind (over a kilobyte an interface). While a reload
+// names (the iterator's hint), so a walk costs a lookup per row; an interface costs two small
+// tree nodes, its name is made from its id when a request reads it. While a reload
 // is under way two interfaces may briefly share an ifIndex (one has moved to it, the other not
 // yet away); the row then names the lower interface id, and the other's again once it moves on.
 //
@@ -58,20 +58,19 @@ class InterfaceNames {
   size_t rows() const;
 
  private:
-  struct Entry {
-    std::set<Linko::IntfId> intfs;  // the interfaces with this ifIndex; the first names the row
-    std::string name;
-  };
-  using Entries = std::map<U32, Entry>;
+  // (ifIndex, interface), every interface shown: the row of an ifIndex is its first pair, named
+  // by that pair's interface.
+  using Pairs = std::set<std::pair<U32, Linko::IntfId>>;
   struct Iteration;  // the table iterator's callbacks
 
   // The map's key `intf` changed.
   void changed(Linko::IntfId intf);
-  // Makes the row of `ifIndex` agree with its interfaces: renamed or removed.
-  void sync(U32 ifIndex);
+  // The row of `ifIndex` (its first pair), or end().
+  Pairs::const_iterator row(U32 ifIndex) const;
 
   Quill::Ptr<IntfSnmp::IfMib const> ifMib_;
-  Entries entries_;                             // the rows, by ifIndex
+  Pairs pairs_;
+  size_t rows_ = 0;                             // distinct ifIndexes in pairs_
   std::map<Linko::IntfId, U32> ifIndexByIntf_;  // what the rows show for each interface
   std::vector<netsnmp_handler_registration_s*> registrations_;
   Quill::Publisher<Linko::IntfId>::Subscription subscription_;

@@ -49,6 +49,7 @@ TEST_F(InterfaceNamesTest, InterfacesSwappingIfIndexesShareARowOnTheWay) {
   Set("Ethernet2", 1);  // both on 1 for a moment: the lower id names the row
   EXPECT_EQ(names.name(1), "Ethernet1");
   EXPECT_EQ(names.name(2), std::nullopt);
+  EXPECT_EQ(names.rows(), 1U);
   Set("Ethernet1", 2);
   EXPECT_EQ(names.name(1), "Ethernet2");
   EXPECT_EQ(names.name(2), "Ethernet1");

@@ -189,7 +189,6 @@ void PolicingWriter::intfPolicerIs(const IntfPolicerState* entry, const IntfPoli
   const auto& coll = input ? policing_->intfPolicer() : policing_->intfPolicerOutput();
   if (!entry) {
     QTRACE(trace(), 7, "Deleting {} policer of {}", directionName(key.direction), key.pair());
-    counters_.del(key);
     if (input) {
       policing_->intfPolicerDel(key.pair());
     } else {
@@ -198,17 +197,27 @@ void PolicingWriter::intfPolicerIs(const IntfPolicerState* entry, const IntfPoli
     return;
   }
   const IntfPolicerState& policer = *entry;
+  const auto* current = coll.find(key.pair());
   // Counts are written into the live counters in place; a status object made below takes them.
   Quill::Ptr<Qos::IntfPolicerCounters const> counters;
   if (policer.counters) {
-    counters = counters_.set(
-        key, *policer.counters, [] { return Quill::make<Qos::IntfPolicerCounters>(); },
-        writeCounts);
-  } else {
-    counters_.del(key);
+    WrittenCounters* live = countersOf(current);
+    if (!live) {
+      auto made = Quill::make<WrittenCounters>();
+      live = made.get();
+      counters = std::move(made);
+    } else {
+      counters = (*current)->counters();
+      if (live->written == *policer.counters) {
+        live = nullptr;  // unchanged: what tick() added stays
+      }
+    }
+    if (live) {
+      live->written = *policer.counters;
+      writeCounts(*live, *policer.counters);
+    }
   }
   Qos::IntfPolicerInfoStatus::PolicerNameMap names = policerNames(policer);
-  const auto* current = coll.find(key.pair());
   if (current && *current && (*current)->policerName() == names &&
       (*current)->counters() == counters) {
     return;  // the counts alone changed
@@ -236,7 +245,6 @@ void PolicingWriter::ifIndexIs(const InterfaceState* entry, Linko::IntfId intf) 
 void PolicingWriter::restart() {
   State now;
   policingStateOf(now);
-  counters_ = {};
   // Filled before it is published: nobody watches it yet.
   policing_ = Quill::make<Qos::PolicingStatus>();
   for (const auto& [name, profile] : now.policerProfiles) {
@@ -296,8 +304,8 @@ bool PolicingWriter::policingSnapshotInto(PolicingSnapshot& snapshot,
         if (const PolicerName* group = status->policerName(PolicerType::policerTypeGroup)) {
           copy.second.groupPolicer = *group;
         }
-        if (const IntfPolicerCounts* counts = counters_.values(key)) {
-          copy.second.counters = *counts;  // as last written, not as tick() has advanced them
+        if (const WrittenCounters* counts = countersOf(&status)) {
+          copy.second.counters = counts->written;  // not as tick() has advanced them
         }
         return copy;
       };
@@ -313,23 +321,54 @@ bool PolicingWriter::policingSnapshotInto(PolicingSnapshot& snapshot,
   return true;
 }
 
+Quill::Ptr<Qos::IntfPolicerCounters const> PolicingWriter::counters(
+    const IntfPolicerKey& key) const {
+  const auto& coll = key.direction == Qos::Direction::directionInput_
+                         ? policing_->intfPolicer()
+                         : policing_->intfPolicerOutput();
+  const auto* status = coll.find(key.pair());
+  return status && *status ? (*status)->counters() : nullptr;
+}
+
+PolicingWriter::WrittenCounters* PolicingWriter::countersOf(
+    const Quill::Ptr<Qos::IntfPolicerInfoStatus const>* status) {
+  if (!status || !*status || !(*status)->counters()) {
+    return nullptr;
+  }
+  // Every counters object in the policing status was made non-const by this writer, which alone
+  // writes it.
+  return const_cast<WrittenCounters*>(
+      static_cast<const WrittenCounters*>((*status)->counters().get()));
+}
+
 void PolicingWriter::tick() {
   ++ticks_;
-  counters_.forEach([&](const IntfPolicerKey& key, Qos::IntfPolicerCounters& c) {
-    // One second of traffic: a rate, a packet size and a yellow share per member and direction,
-    // a drop every few seconds.
-    U64 seed = U64{key.member.value()} * 2 + (key.direction == Qos::Direction::directionOutput_);
-    U64 sent = 300 + 40 * (seed % 11);
-    U64 size = 128 + 64 * (seed % 13);
-    U64 yellow = sent / (4 + seed % 3);
-    U64 dropped = (ticks_ + seed) % 4 == 0 ? 1 + seed % 4 : 0;
-    c.pktsSentIs(c.pktsSent() + sent);
-    c.bytesSentIs(c.bytesSent() + sent * size);
-    c.yellowPktsSentIs(c.yellowPktsSent() + yellow);
-    c.yellowBytesSentIs(c.yellowBytesSent() + yellow * size);
-    c.pktsDroppedIs(c.pktsDropped() + dropped);
-    c.bytesDroppedIs(c.bytesDropped() + dropped * size);
-  });
+  for (Qos::Direction direction :
+       {Qos::Direction::directionInput_, Qos::Direction::directionOutput_}) {
+    const auto& coll = direction == Qos::Direction::directionInput_
+                           ? policing_->intfPolicer()
+                           : policing_->intfPolicerOutput();
+    for (const auto& entry : coll) {
+      WrittenCounters* c = countersOf(&entry.second);
+      if (!c) {
+        continue;
+      }
+      // One second of traffic: a rate, a packet size and a yellow share per member and
+      // direction, a drop every few seconds.
+      U64 seed =
+          U64{entry.first.memberId.value()} * 2 + (direction == Qos::Direction::directionOutput_);
+      U64 sent = 300 + 40 * (seed % 11);
+      U64 size = 128 + 64 * (seed % 13);
+      U64 yellow = sent / (4 + seed % 3);
+      U64 dropped = (ticks_ + seed) % 4 == 0 ? 1 + seed % 4 : 0;
+      c->pktsSentIs(c->pktsSent() + sent);
+      c->bytesSentIs(c->bytesSent() + sent * size);
+      c->yellowPktsSentIs(c->yellowPktsSent() + yellow);
+      c->yellowBytesSentIs(c->yellowBytesSent() + yellow * size);
+      c->pktsDroppedIs(c->pktsDropped() + dropped);
+      c->bytesDroppedIs(c->bytesDropped() + dropped * size);
+    }
+  }
 }
 
 }  // namespace StateSim

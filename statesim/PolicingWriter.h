@@ -33,7 +33,6 @@
 #include "Quill/Ptr.h"
 #include "State.h"
 #include "StateDiff.h"
-#include "StatusObjects.h"
 
 namespace StateSim {
 
@@ -78,11 +77,18 @@ class PolicingWriter {
   const Quill::Ptr<Qos::AclHwStatus>& aclHwStatus() const noexcept { return aclHwStatus_; }
   const Quill::Ptr<IntfSnmp::IfMib>& ifMib() const noexcept { return ifMib_; }
   // The live counters of an interface policer, or null when it has none.
-  Quill::Ptr<Qos::IntfPolicerCounters const> counters(const IntfPolicerKey& key) const {
-    return counters_.find(key);
-  }
+  Quill::Ptr<Qos::IntfPolicerCounters const> counters(const IntfPolicerKey& key) const;
 
  private:
+  // The live counters of an interface policer with the counts the state last gave them, which a
+  // reload compares with and the snapshot reports (tick() advances the live ones alone). Made by
+  // this writer only, and reached through the policer's status object: no map of their own.
+  struct WrittenCounters final : Qos::IntfPolicerCounters {
+    IntfPolicerCounts written;
+  };
+  // The counters of the status object in `status` (a collection's value), or null.
+  static WrittenCounters* countersOf(const Quill::Ptr<Qos::IntfPolicerInfoStatus const>* status);
+
   // The edits, with `state`'s entry of the key (absent: deleted).
   void profileIs(const State& state, const InterfacePolicing::PolicerName& name);
   void instanceIs(const State& state, const InterfacePolicing::PolicerName& name);
@@ -92,7 +98,6 @@ class PolicingWriter {
   Quill::Ptr<Qos::PolicingStatus> policing_;
   Quill::Ptr<Qos::AclHwStatus> aclHwStatus_;
   Quill::Ptr<IntfSnmp::IfMib> ifMib_;
-  StatusObjects<IntfPolicerKey, Qos::IntfPolicerCounters, IntfPolicerCounts> counters_;
   U64 ticks_ = 0;
 };
 
