@@ -4,23 +4,24 @@
 // Subscription is destroyed or reset. Callbacks run synchronously, in subscription order, on
 // the publishing thread. A callback may unsubscribe itself or others while a publish is under
 // way; subscribers added during a publish see only later publishes. A Subscription may outlive
-// its Publisher. A publisher nobody ever subscribed to allocates nothing: collections by the
-// million carry one.
+// its Publisher (it keeps the list of subscribers it is in). A publisher is one pointer and
+// allocates nothing until its first subscriber: collections by the million carry one.
 #pragma once
 
 #include <functional>
 #include <map>
-#include <memory>
 #include <vector>
 
 #include "Quill/IntTypes.h"
+#include "Quill/Object.h"
+#include "Quill/Ptr.h"
 
 namespace Quill {
 
 template <typename... Args>
 class Publisher {
   using Callback = std::function<void(const Args&...)>;
-  struct State {
+  struct State : Object {
     U64 nextId = 0;
     std::map<U64, Callback> subscribers;
   };
@@ -38,22 +39,22 @@ class Publisher {
     }
     ~Subscription() { reset(); }
     void reset() {
-      if (auto s = state_.lock()) {
-        s->subscribers.erase(id_);
+      if (state_) {
+        state_->subscribers.erase(id_);
       }
-      state_.reset();
+      state_ = nullptr;
     }
 
    private:
     friend class Publisher;
-    Subscription(std::weak_ptr<State> s, U64 id) : state_(std::move(s)), id_(id) {}
-    std::weak_ptr<State> state_;
+    Subscription(Ptr<State> s, U64 id) : state_(std::move(s)), id_(id) {}
+    Ptr<State> state_;
     U64 id_ = 0;
   };
 
   [[nodiscard]] Subscription subscribe(Callback cb) {
     if (!state_) {
-      state_ = std::make_shared<State>();
+      state_ = make<State>();
     }
     U64 id = state_->nextId++;
     state_->subscribers.emplace(id, std::move(cb));
@@ -81,7 +82,7 @@ class Publisher {
   size_t subscriberCount() const { return state_ ? state_->subscribers.size() : 0; }
 
  private:
-  std::shared_ptr<State> state_;  // made by the first subscribe()
+  Ptr<State> state_;  // made by the first subscribe()
 };
 
 }  // namespace Quill
