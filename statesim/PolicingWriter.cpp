@@ -202,17 +202,16 @@ void PolicingWriter::intfPolicerIs(const IntfPolicerState* entry, const IntfPoli
   Quill::Ptr<Qos::IntfPolicerCounters const> counters;
   if (policer.counters) {
     WrittenCounters* live = countersOf(current);
-    if (!live) {
-      auto made = Quill::make<WrittenCounters>();
-      live = made.get();
-      counters = std::move(made);
+    const bool made = live == nullptr;
+    if (made) {
+      auto object = Quill::make<WrittenCounters>();
+      live = object.get();
+      counters = std::move(object);
     } else {
       counters = (*current)->counters();
-      if (live->written == *policer.counters) {
-        live = nullptr;  // unchanged: what tick() added stays
-      }
     }
-    if (live) {
+    // Counts the file did not change keep what tick() added.
+    if (made || !(live->written == *policer.counters)) {
       live->written = *policer.counters;
       writeCounts(*live, *policer.counters);
     }
