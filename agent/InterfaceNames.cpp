@@ -108,14 +108,12 @@ struct InterfaceNames::Iteration {
 
   static netsnmp_variable_list* next(void** loopContext, void** dataContext,
                                      netsnmp_variable_list* index, netsnmp_iterator_info* iinfo) {
-    const Pairs& pairs = names(iinfo).pairs_;
+    const InterfaceNames& n = names(iinfo);
     const auto* current = static_cast<const Pair*>(*loopContext);
     if (current == nullptr) {
       return nullptr;
     }
-    // The next row: the first pair of the next ifIndex.
-    const Pair last{current->first, Linko::IntfId(std::numeric_limits<U32>::max())};
-    return point(pairs.upper_bound(last), pairs, loopContext, dataContext, index);
+    return point(n.nextRow(*current), n.pairs_, loopContext, dataContext, index);
   }
 };
 
@@ -197,7 +195,15 @@ std::optional<std::string> InterfaceNames::name(U32 ifIndex) const {
 }
 
 size_t InterfaceNames::rows() const {
-  return rows_;
+  size_t rows = 0;
+  for (auto it = pairs_.begin(); it != pairs_.end(); it = nextRow(*it)) {
+    ++rows;
+  }
+  return rows;
+}
+
+InterfaceNames::Pairs::const_iterator InterfaceNames::nextRow(const Pairs::value_type& at) const {
+  return pairs_.upper_bound({at.first, Linko::IntfId(std::numeric_limits<U32>::max())});
 }
 
 InterfaceNames::Pairs::const_iterator InterfaceNames::row(U32 ifIndex) const {
@@ -215,10 +221,8 @@ void InterfaceNames::changed(Linko::IntfId intf) {
     const U32 old = shown->second;
     pairs_.erase({old, intf});
     ifIndexByIntf_.erase(shown);
-    rows_ -= row(old) == pairs_.end() ? 1 : 0;
   }
   if (now != nullptr) {
-    rows_ += row(*now) == pairs_.end() ? 1 : 0;
     ifIndexByIntf_.emplace(intf, *now);
     pairs_.emplace(*now, intf);
   }

@@ -54,7 +54,7 @@ class InterfaceNames {
 
   // The name in the row of `ifIndex`; none when there is no row.
   std::optional<std::string> name(U32 ifIndex) const;
-  // The number of rows.
+  // The number of rows (counted: for tests).
   size_t rows() const;
 
  private:
@@ -67,10 +67,11 @@ class InterfaceNames {
   void changed(Linko::IntfId intf);
   // The row of `ifIndex` (its first pair), or end().
   Pairs::const_iterator row(U32 ifIndex) const;
+  // The row after the one of `at`'s ifIndex: the first pair of the next ifIndex, or end().
+  Pairs::const_iterator nextRow(const Pairs::value_type& at) const;
 
   Quill::Ptr<IntfSnmp::IfMib const> ifMib_;
   Pairs pairs_;
-  size_t rows_ = 0;                             // distinct ifIndexes in pairs_
   std::map<Linko::IntfId, U32> ifIndexByIntf_;  // what the rows show for each interface
   std::vector<netsnmp_handler_registration_s*> registrations_;
   Quill::Publisher<Linko::IntfId>::Subscription subscription_;

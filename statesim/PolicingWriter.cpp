@@ -186,7 +186,7 @@ void PolicingWriter::instanceIs(const PolicerInstanceState* entry, const Policer
 
 void PolicingWriter::intfPolicerIs(const IntfPolicerState* entry, const IntfPolicerKey& key) {
   const bool input = key.direction == Qos::Direction::directionInput_;
-  const auto& coll = input ? policing_->intfPolicer() : policing_->intfPolicerOutput();
+  const auto& coll = collOf(key.direction);
   if (!entry) {
     QTRACE(trace(), 7, "Deleting {} policer of {}", directionName(key.direction), key.pair());
     if (input) {
@@ -284,13 +284,11 @@ bool PolicingWriter::policingSnapshotInto(PolicingSnapshot& snapshot,
     return false;
   }
   // The input direction's policers, then the output's, in one vector.
-  const auto& inputs = policing_->intfPolicer();
-  const auto& outputs = policing_->intfPolicerOutput();
-  snapshot.intfPolicers.reserve(inputs.size() + outputs.size());
+  snapshot.intfPolicers.reserve(policing_->intfPolicer().size() +
+                                policing_->intfPolicerOutput().size());
   size_t before = 0;  // the entries of the directions before this one
-  for (Qos::Direction direction :
-       {Qos::Direction::directionInput_, Qos::Direction::directionOutput_}) {
-    const auto& coll = direction == Qos::Direction::directionInput_ ? inputs : outputs;
+  for (Qos::Direction direction : directions) {
+    const auto& coll = collOf(direction);
     auto& entries = snapshot.intfPolicers;
     if (entries.size() < before + coll.size()) {
       auto entryOf = [&](const auto& entry) {
@@ -322,11 +320,13 @@ bool PolicingWriter::policingSnapshotInto(PolicingSnapshot& snapshot,
 
 Quill::Ptr<Qos::IntfPolicerCounters const> PolicingWriter::counters(
     const IntfPolicerKey& key) const {
-  const auto& coll = key.direction == Qos::Direction::directionInput_
-                         ? policing_->intfPolicer()
-                         : policing_->intfPolicerOutput();
-  const auto* status = coll.find(key.pair());
+  const auto* status = collOf(key.direction).find(key.pair());
   return status && *status ? (*status)->counters() : nullptr;
+}
+
+const Qos::PolicingStatus::IntfPolicerColl& PolicingWriter::collOf(Qos::Direction direction) const {
+  return direction == Qos::Direction::directionInput_ ? policing_->intfPolicer()
+                                                      : policing_->intfPolicerOutput();
 }
 
 PolicingWriter::WrittenCounters* PolicingWriter::countersOf(
@@ -342,12 +342,8 @@ PolicingWriter::WrittenCounters* PolicingWriter::countersOf(
 
 void PolicingWriter::tick() {
   ++ticks_;
-  for (Qos::Direction direction :
-       {Qos::Direction::directionInput_, Qos::Direction::directionOutput_}) {
-    const auto& coll = direction == Qos::Direction::directionInput_
-                           ? policing_->intfPolicer()
-                           : policing_->intfPolicerOutput();
-    for (const auto& entry : coll) {
+  for (Qos::Direction direction : directions) {
+    for (const auto& entry : collOf(direction)) {
       WrittenCounters* c = countersOf(&entry.second);
       if (!c) {
         continue;

@@ -86,6 +86,10 @@ class PolicingWriter {
   struct WrittenCounters final : Qos::IntfPolicerCounters {
     IntfPolicerCounts written;
   };
+  static constexpr Qos::Direction directions[] = {Qos::Direction::directionInput_,
+                                                  Qos::Direction::directionOutput_};
+  // The interface policers of one direction.
+  const Qos::PolicingStatus::IntfPolicerColl& collOf(Qos::Direction direction) const;
   // The counters of the status object in `status` (a collection's value), or null.
   static WrittenCounters* countersOf(const Quill::Ptr<Qos::IntfPolicerInfoStatus const>* status);
 
