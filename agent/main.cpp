@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include <malloc.h>
 #include <unistd.h>
 
 #include <net-snmp/net-snmp-config.h>
@@ -229,6 +230,11 @@ int serve(const Agent::Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // Freed memory at the top of any of malloc's heaps goes back to the system past 128 KiB. By
+  // default glibc raises that threshold to twice the largest block it has mapped and freed (a
+  // state file's text: tens of megabytes), and malloc_trim() does not shrink the heaps of other
+  // threads than the first, so the loader thread's heap kept what it no longer used.
+  mallopt(M_TRIM_THRESHOLD, 128 * 1024);
   // The state reader: the agent starts it, as a process of its own, to read the state file.
   if (argc == 3 && std::string_view(argv[1]) == stateReaderFlag) {
     return StateSim::serveStateReads(argv[2], STDIN_FILENO, STDOUT_FILENO);

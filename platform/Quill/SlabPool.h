@@ -1,0 +1,77 @@
+// Quill::SlabPool: memory for the small objects a switch holds by the million (framework objects,
+// the nodes of watched collections), without malloc's cost per block.
+//
+// malloc gives a request of n bytes a chunk of n + 8 rounded up to 16: a 64-byte table entry
+// takes 80, a 48-byte status object 64. Here each size, in steps of 8 bytes up to maxSize, has
+// slabs of its own: slabSize bytes mapped from the system and aligned to their size, so that a
+// block finds its slab by masking its address. A slab holds a header and then blocks of one size
+// end to end; a freed block goes on its slab's free list. A slab left with no block in use goes
+// back to the system, but for the last slab with room of its size, kept for the next
+// allocations.
+//
+// A block of size s lies at a multiple of s from a 64-byte boundary, so it is aligned as any type
+// of that size needs (the alignment of a type divides its size) up to 64 bytes.
+//
+// Thread-safe (one lock). The process's pool is reached through allocateSmall() and
+// deallocateSmall(), which pass larger sizes to ::operator new, and every size when the address
+// sanitizer is on, so that it sees each object's bounds and lifetime. A pool of one's own (the
+// tests') poisons its free blocks for the sanitizer.
+#pragma once
+
+#include <cstddef>
+#include <mutex>
+
+#include "Quill/IntTypes.h"
+
+namespace Quill {
+
+class SlabPool {
+ public:
+  static constexpr size_t slabSize = size_t{1} << 20;
+  static constexpr size_t maxSize = 256;
+  static constexpr size_t step = 8;
+
+  SlabPool() = default;
+  SlabPool(const SlabPool&) = delete;
+  SlabPool& operator=(const SlabPool&) = delete;
+  // Unmaps every slab, blocks in use or not.
+  ~SlabPool();
+
+  // A block of `size` bytes, 1 <= size <= maxSize. Throws std::bad_alloc when the system has no
+  // memory to map.
+  void* allocate(size_t size);
+  // Gives back a block that allocate(size) returned, with the same size.
+  void deallocate(void* block, size_t size) noexcept;
+
+  // Slabs mapped, and blocks in use, over all sizes.
+  size_t slabs() const;
+  size_t blocksInUse() const;
+
+ private:
+  struct Slab;
+  struct Block {
+    Block* next;
+  };
+  // The slabs of one size that have room (free blocks, or never-used space at their end).
+  struct SizeClass {
+    Slab* withRoom = nullptr;
+  };
+
+  static size_t classOf(size_t size) noexcept { return (size + step - 1) / step - 1; }
+  void unlink(SizeClass& sizeClass, Slab* slab) noexcept;
+  void pushFront(SizeClass& sizeClass, Slab* slab) noexcept;
+  Slab* newSlab(size_t blockSize);
+
+  mutable std::mutex mutex_;
+  SizeClass classes_[maxSize / step];
+  Slab* all_ = nullptr;
+  size_t slabs_ = 0;
+  size_t blocksInUse_ = 0;
+};
+
+// The process's pool for a block of `size` bytes (see above); never destroyed, so objects freed
+// while the process exits find it.
+void* allocateSmall(size_t size);
+void deallocateSmall(void* block, size_t size) noexcept;
+
+}  // namespace Quill
