@@ -3,7 +3,9 @@
 #include <sys/mman.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <new>
+#include <string_view>
 
 #include <sanitizer/asan_interface.h>
 
@@ -56,6 +58,29 @@ void* mapAligned(size_t size) {
   return reinterpret_cast<void*>(aligned);
 }
 
+}  // namespace
+
+bool hugePagesAsked(std::string_view tunables) noexcept {
+  const std::string_view name = "glibc.malloc.hugetlb=";
+  for (size_t at = tunables.find(name); at != std::string_view::npos;
+       at = tunables.find(name, at + 1)) {
+    const bool whole = at == 0 || tunables[at - 1] == ':';
+    const size_t value = at + name.size();
+    if (whole && value < tunables.size() && (tunables[value] == '1' || tunables[value] == '2')) {
+      return true;
+    }
+  }
+  return false;
+}
+
+namespace {
+bool hugePagesWanted() {
+  static const bool wanted = [] {
+    const char* tunables = std::getenv("GLIBC_TUNABLES");
+    return tunables && hugePagesAsked(tunables);
+  }();
+  return wanted;
+}
 }  // namespace
 
 SlabPool::~SlabPool() {
@@ -154,6 +179,9 @@ void SlabPool::pushFront(SizeClass& sizeClass, Slab* slab) noexcept {
 SlabPool::Slab* SlabPool::newSlab(size_t blockSize) {
   static_assert(sizeof(Slab) <= headerSize);
   char* base = static_cast<char*>(mapAligned(slabSize));
+  if (hugePagesWanted()) {
+    madvise(base, slabSize, MADV_HUGEPAGE);  // a hint: without it, small pages
+  }
   char* first = base + headerSize;
   auto* slab = ::new (base) Slab{};
   slab->free = nullptr;
@@ -171,6 +199,18 @@ SlabPool::Slab* SlabPool::newSlab(size_t blockSize) {
   return slab;
 }
 
+#ifdef QUILL_POOL_BYPASSED
+
+void* allocateSmall(size_t size) {
+  return ::operator new(size);
+}
+
+void deallocateSmall(void* block, size_t size) noexcept {
+  ::operator delete(block, size);
+}
+
+#else
+
 namespace {
 SlabPool& processPool() {
   static auto* pool = new SlabPool;
@@ -179,23 +219,17 @@ SlabPool& processPool() {
 }  // namespace
 
 void* allocateSmall(size_t size) {
-#ifdef QUILL_POOL_BYPASSED
-  return ::operator new(size);
-#else
   return size <= SlabPool::maxSize ? processPool().allocate(size) : ::operator new(size);
-#endif
 }
 
 void deallocateSmall(void* block, size_t size) noexcept {
-#ifdef QUILL_POOL_BYPASSED
-  ::operator delete(block, size);
-#else
   if (size <= SlabPool::maxSize) {
     processPool().deallocate(block, size);
   } else {
     ::operator delete(block, size);
   }
-#endif
 }
+
+#endif
 
 }  // namespace Quill

@@ -7,7 +7,8 @@
 // block finds its slab by masking its address. A slab holds a header and then blocks of one size
 // end to end; a freed block goes on its slab's free list. A slab left with no block in use goes
 // back to the system, but for the last slab with room of its size, kept for the next
-// allocations.
+// allocations. When glibc is asked to put its heap on transparent huge pages
+// (GLIBC_TUNABLES=glibc.malloc.hugetlb=1), the slabs are advised to be huge pages too.
 //
 // A block of size s lies at a multiple of s from a 64-byte boundary, so it is aligned as any type
 // of that size needs (the alignment of a type divides its size) up to 64 bytes.
@@ -20,6 +21,7 @@
 
 #include <cstddef>
 #include <mutex>
+#include <string_view>
 
 #include "Quill/IntTypes.h"
 
@@ -27,7 +29,7 @@ namespace Quill {
 
 class SlabPool {
  public:
-  static constexpr size_t slabSize = size_t{1} << 20;
+  static constexpr size_t slabSize = size_t{2} << 20;  // a huge page
   static constexpr size_t maxSize = 256;
   static constexpr size_t step = 8;
 
@@ -68,6 +70,10 @@ class SlabPool {
   size_t slabs_ = 0;
   size_t blocksInUse_ = 0;
 };
+
+// Whether GLIBC_TUNABLES' value `tunables` asks glibc to put its heap on huge pages
+// (glibc.malloc.hugetlb=1 or 2): the process's pool then advises its slabs to be huge pages.
+bool hugePagesAsked(std::string_view tunables) noexcept;
 
 // The process's pool for a block of `size` bytes (see above); never destroyed, so objects freed
 // while the process exits find it.

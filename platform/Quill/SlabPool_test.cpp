@@ -128,4 +128,13 @@ TEST(SlabPoolTest, ThreadsAllocatingAndFreeingTogetherLoseNothing) {
   EXPECT_EQ(pool.blocksInUse(), 0U);
 }
 
+TEST(SlabPoolTest, HugePagesFollowGlibcsHugetlbTunable) {
+  EXPECT_TRUE(Quill::hugePagesAsked("glibc.malloc.hugetlb=1"));
+  EXPECT_TRUE(Quill::hugePagesAsked("glibc.malloc.tcache_count=0:glibc.malloc.hugetlb=2"));
+  EXPECT_FALSE(Quill::hugePagesAsked("glibc.malloc.hugetlb=0"));
+  EXPECT_FALSE(Quill::hugePagesAsked("glibc.malloc.hugetlb="));
+  EXPECT_FALSE(Quill::hugePagesAsked("xglibc.malloc.hugetlb=1"));
+  EXPECT_FALSE(Quill::hugePagesAsked(""));
+}
+
 }  // namespace
