@@ -62,8 +62,8 @@ class Object {
   static void* operator new(std::size_t size, std::align_val_t align) {
     return ::operator new(size, align);
   }
-  static void operator delete(void* block, std::size_t size, std::align_val_t align) noexcept {
-    ::operator delete(block, size, align);
+  static void operator delete(void* block, std::size_t, std::align_val_t align) noexcept {
+    ::operator delete(block, align);
   }
 
  protected:

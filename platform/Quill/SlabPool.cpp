@@ -205,8 +205,8 @@ void* allocateSmall(size_t size) {
   return ::operator new(size);
 }
 
-void deallocateSmall(void* block, size_t size) noexcept {
-  ::operator delete(block, size);
+void deallocateSmall(void* block, size_t) noexcept {
+  ::operator delete(block);
 }
 
 #else
@@ -226,7 +226,7 @@ void deallocateSmall(void* block, size_t size) noexcept {
   if (size <= SlabPool::maxSize) {
     processPool().deallocate(block, size);
   } else {
-    ::operator delete(block, size);
+    ::operator delete(block);
   }
 }
 
