@@ -50,12 +50,9 @@ template <typename K, typename V, U32 TypeSeed = watchedMapDefaultTypeSeed>
 class WatchedMap {
   // One block of the slab pool per key: the tree links (three words, the color in a pointer's low
   // bit), the key's hash and the pair.
-  struct Node : boost::intrusive::set_base_hook<boost::intrusive::optimize_size<true>> {
+  struct Node : boost::intrusive::set_base_hook<boost::intrusive::optimize_size<true>>,
+                Quill::SlabAllocated {
     Node(U32 h, const K& k, V v) : hash(h), kv(k, std::move(v)) {}
-    static void* operator new(std::size_t size) { return Quill::allocateSmall(size); }
-    static void operator delete(void* block, std::size_t size) noexcept {
-      Quill::deallocateSmall(block, size);
-    }
     U32 hash;
     mutable std::pair<const K, V> kv;  // the set orders by hash and key; only kv.second changes
   };

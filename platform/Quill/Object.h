@@ -10,8 +10,6 @@
 #pragma once
 
 #include <atomic>
-#include <cstddef>
-#include <new>
 
 #include "Quill/IntTypes.h"
 #include "Quill/SlabPool.h"
@@ -23,7 +21,7 @@ bool threadsInUse() noexcept;
 // Declares (or withdraws) multi-threaded use. Call before a second thread starts.
 void threadsInUseIs(bool inUse) noexcept;
 
-class Object {
+class Object : public SlabAllocated {
  public:
   Object() = default;
   Object(const Object&) = delete;
@@ -52,19 +50,6 @@ class Object {
   }
 
   U32 refCount() const noexcept { return refCount_.load(std::memory_order_relaxed); }
-
-  // The size given back is that of the object's own class (the destructor is virtual).
-  static void* operator new(std::size_t size) { return allocateSmall(size); }
-  static void operator delete(void* block, std::size_t size) noexcept {
-    deallocateSmall(block, size);
-  }
-  // Classes aligned beyond what the pool guarantees go to the global heap.
-  static void* operator new(std::size_t size, std::align_val_t align) {
-    return ::operator new(size, align);
-  }
-  static void operator delete(void* block, std::size_t, std::align_val_t align) noexcept {
-    ::operator delete(block, align);
-  }
 
  protected:
   virtual ~Object() = default;

@@ -32,7 +32,8 @@ struct SlabPool::Slab {
   char* end;     // after the last whole block
   U32 live;
   U32 blockSize;
-  bool listed;
+
+  bool full() const noexcept { return !free && unused == end; }
 };
 
 namespace {
@@ -114,8 +115,7 @@ void* SlabPool::allocate(size_t size) {
     slab->unused += slab->blockSize;
   }
   ++slab->live;
-  ++blocksInUse_;
-  if (!slab->free && slab->unused == slab->end) {
+  if (slab->full()) {
     unlink(sizeClass, slab);
   }
   return block;
@@ -126,14 +126,13 @@ void SlabPool::deallocate(void* block, size_t size) noexcept {
   auto* slab = reinterpret_cast<Slab*>(reinterpret_cast<std::uintptr_t>(block) & ~(slabSize - 1));
   std::lock_guard lock(mutex_);
   QUILL_ASSERT(slab->blockSize == (index + 1) * step);
+  SizeClass& sizeClass = classes_[index];
+  if (slab->full()) {
+    pushFront(sizeClass, slab);  // it has room again
+  }
   slab->free = ::new (block) Block{slab->free};
   ASAN_POISON_MEMORY_REGION(block, slab->blockSize);
   --slab->live;
-  --blocksInUse_;
-  SizeClass& sizeClass = classes_[index];
-  if (!slab->listed) {
-    pushFront(sizeClass, slab);
-  }
   const bool onlySlabWithRoom = sizeClass.withRoom == slab && !slab->next;
   if (slab->live == 0 && !onlySlabWithRoom) {
     unlink(sizeClass, slab);
@@ -141,7 +140,6 @@ void SlabPool::deallocate(void* block, size_t size) noexcept {
     if (slab->allNext) {
       slab->allNext->allPrev = slab->allPrev;
     }
-    --slabs_;
     ASAN_UNPOISON_MEMORY_REGION(slab, slabSize);
     munmap(slab, slabSize);
   }
@@ -149,12 +147,20 @@ void SlabPool::deallocate(void* block, size_t size) noexcept {
 
 size_t SlabPool::slabs() const {
   std::lock_guard lock(mutex_);
-  return slabs_;
+  size_t slabs = 0;
+  for (const Slab* slab = all_; slab; slab = slab->allNext) {
+    ++slabs;
+  }
+  return slabs;
 }
 
 size_t SlabPool::blocksInUse() const {
   std::lock_guard lock(mutex_);
-  return blocksInUse_;
+  size_t blocks = 0;
+  for (const Slab* slab = all_; slab; slab = slab->allNext) {
+    blocks += slab->live;
+  }
+  return blocks;
 }
 
 void SlabPool::unlink(SizeClass& sizeClass, Slab* slab) noexcept {
@@ -163,7 +169,6 @@ void SlabPool::unlink(SizeClass& sizeClass, Slab* slab) noexcept {
     slab->next->prev = slab->prev;
   }
   slab->prev = slab->next = nullptr;
-  slab->listed = false;
 }
 
 void SlabPool::pushFront(SizeClass& sizeClass, Slab* slab) noexcept {
@@ -173,7 +178,6 @@ void SlabPool::pushFront(SizeClass& sizeClass, Slab* slab) noexcept {
     slab->next->prev = slab;
   }
   sizeClass.withRoom = slab;
-  slab->listed = true;
 }
 
 SlabPool::Slab* SlabPool::newSlab(size_t blockSize) {
@@ -194,7 +198,6 @@ SlabPool::Slab* SlabPool::newSlab(size_t blockSize) {
     all_->allPrev = slab;
   }
   all_ = slab;
-  ++slabs_;
   ASAN_POISON_MEMORY_REGION(first, slabSize - headerSize);
   return slab;
 }

@@ -21,6 +21,7 @@
 
 #include <cstddef>
 #include <mutex>
+#include <new>
 #include <string_view>
 
 #include "Quill/IntTypes.h"
@@ -45,7 +46,7 @@ class SlabPool {
   // Gives back a block that allocate(size) returned, with the same size.
   void deallocate(void* block, size_t size) noexcept;
 
-  // Slabs mapped, and blocks in use, over all sizes.
+  // Slabs mapped, and blocks in use, over all sizes (counted: for tests).
   size_t slabs() const;
   size_t blocksInUse() const;
 
@@ -67,8 +68,6 @@ class SlabPool {
   mutable std::mutex mutex_;
   SizeClass classes_[maxSize / step];
   Slab* all_ = nullptr;
-  size_t slabs_ = 0;
-  size_t blocksInUse_ = 0;
 };
 
 // Whether GLIBC_TUNABLES' value `tunables` asks glibc to put its heap on huge pages
@@ -79,5 +78,19 @@ bool hugePagesAsked(std::string_view tunables) noexcept;
 // while the process exits find it.
 void* allocateSmall(size_t size);
 void deallocateSmall(void* block, size_t size) noexcept;
+
+// A base whose derived classes are allocated from the process's pool. A class deleted through a
+// base pointer needs a virtual destructor, so that the size given back is its own.
+struct SlabAllocated {
+  static void* operator new(size_t size) { return allocateSmall(size); }
+  static void operator delete(void* block, size_t size) noexcept { deallocateSmall(block, size); }
+  // Classes aligned beyond the default go to the global heap.
+  static void* operator new(size_t size, std::align_val_t align) {
+    return ::operator new(size, align);
+  }
+  static void operator delete(void* block, size_t, std::align_val_t align) noexcept {
+    ::operator delete(block, align);
+  }
+};
 
 }  // namespace Quill
