@@ -213,17 +213,18 @@ InterfaceNames::Pairs::const_iterator InterfaceNames::row(U32 ifIndex) const {
 
 void InterfaceNames::changed(Linko::IntfId intf) {
   const U32* now = ifMib_->ifIndexByIntfId().find(intf);
-  auto shown = ifIndexByIntf_.find(intf);
-  if (shown != ifIndexByIntf_.end()) {
-    if (now != nullptr && *now == shown->second) {
+  if (const U32* shown = shown_.find(intf)) {
+    if (now != nullptr && *now == *shown) {
       return;
     }
-    const U32 old = shown->second;
-    pairs_.erase({old, intf});
-    ifIndexByIntf_.erase(shown);
+    pairs_.erase({*shown, intf});
+    if (now == nullptr) {
+      shown_.del(intf);
+      return;
+    }
   }
   if (now != nullptr) {
-    ifIndexByIntf_.emplace(intf, *now);
+    shown_.set(intf, *now);
     pairs_.emplace(*now, intf);
   }
 }

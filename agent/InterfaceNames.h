@@ -22,7 +22,6 @@
 // agent's thread.
 #pragma once
 
-#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -72,7 +71,9 @@ class InterfaceNames {
 
   Quill::Ptr<IntfSnmp::IfMib const> ifMib_;
   Pairs pairs_;
-  std::map<Linko::IntfId, U32> ifIndexByIntf_;  // what the rows show for each interface
+  // What the rows show for each interface; in the order of the interface MIB's map, which is the
+  // order its changes come in at start.
+  IntfSnmp::IfMib::IfIndexByIntfIdColl shown_;
   std::vector<netsnmp_handler_registration_s*> registrations_;
   Quill::Publisher<Linko::IntfId>::Subscription subscription_;
 };

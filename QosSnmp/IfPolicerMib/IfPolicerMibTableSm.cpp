@@ -25,21 +25,18 @@ std::string collText(const Quill::Ptr<IntfPolicerInfoStatusColl>& coll) {
 
 Quill::Ptr<IntfPolicerInfoStatusColl> LocalAttrStore::intfToPolicingStatsColl(
     Linko::IntfId intfId) const {
-  auto it = records_.find(intfId);
-  return it == records_.end() ? nullptr : it->second;
+  const Quill::Ptr<IntfPolicerInfoStatusColl>* coll = records_.find(intfId);
+  return coll ? *coll : nullptr;
 }
 
 Quill::Ptr<IntfPolicerInfoStatusColl> LocalAttrStore::intfToPolicingStatsCollIs(
     Linko::IntfId intfId) {
-  auto& value = records_[intfId];
-  if (!value) {
-    value = IntfPolicerInfoStatusCollIs();
+  if (const Quill::Ptr<IntfPolicerInfoStatusColl>* coll = records_.find(intfId); coll && *coll) {
+    return *coll;
   }
-  return value;
-}
-
-void LocalAttrStore::intfToPolicingStatsCollDel(Linko::IntfId intfId) {
-  records_.erase(intfId);
+  Quill::Ptr<IntfPolicerInfoStatusColl> coll = IntfPolicerInfoStatusCollIs();
+  records_.set(intfId, coll);
+  return coll;
 }
 
 // --- IfPolicerStatsTableSm ---

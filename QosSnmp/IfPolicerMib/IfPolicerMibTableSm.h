@@ -21,9 +21,10 @@
 #pragma once
 
 #include <optional>
-#include <unordered_map>
 
 #include "IntfSnmp/IfMib.h"
+#include "Linko/IntfId.h"
+#include "Mox/WatchedMap.h"
 #include "QosSnmp/IfPolicerMib/IfPolicerMib.h"
 #include "QosSnmp/Reactive/TableSm.h"
 #include "QosSnmp/PolicingMib/PolicingStatusInput.h"
@@ -92,21 +93,21 @@ inline constexpr IfPolicerPipeline ifPolicerOutPipeline{
 
 // The Sm's private store: per interface, the collection of its members' policer status. A
 // record lives from the first member status of an interface to the removal of its last one.
+// Records are kept in the order of the maps of interfaces (Linko::intfOrderSeed), the order the
+// policer status is scanned in: the records of a scan are made one after another, in sequence.
 class LocalAttrStore {
  public:
   // The interface's collection, or null.
   Quill::Ptr<IntfPolicerInfoStatusColl> intfToPolicingStatsColl(Linko::IntfId intfId) const;
   // Finds or creates the interface's record and gives it a collection if it has none.
   Quill::Ptr<IntfPolicerInfoStatusColl> intfToPolicingStatsCollIs(Linko::IntfId intfId);
-  void intfToPolicingStatsCollDel(Linko::IntfId intfId);
+  void intfToPolicingStatsCollDel(Linko::IntfId intfId) { records_.del(intfId); }
   void intfToPolicingStatsCollDelAll() { records_.clear(); }
   size_t size() const noexcept { return records_.size(); }
 
  private:
-  struct Hash {
-    size_t operator()(Linko::IntfId id) const noexcept { return id.hash(); }
-  };
-  std::unordered_map<Linko::IntfId, Quill::Ptr<IntfPolicerInfoStatusColl>, Hash> records_;
+  Mox::WatchedMap<Linko::IntfId, Quill::Ptr<IntfPolicerInfoStatusColl>, Linko::intfOrderSeed>
+      records_;
 };
 
 // The table Sm of the pipeline declared by D.

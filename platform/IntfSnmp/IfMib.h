@@ -16,7 +16,7 @@ class IfMib : public Mox::Entity {
  public:
   enum Attr : U32 { ifIndexByIntfIdAttr = 1 };
 
-  using IfIndexByIntfIdColl = Mox::WatchedMap<Linko::IntfId, U32, 0x510e527f>;
+  using IfIndexByIntfIdColl = Mox::WatchedMap<Linko::IntfId, U32, Linko::intfOrderSeed>;
 
   explicit IfMib(Quill::String name = "ifMib") : Entity(std::move(name)) {}
 

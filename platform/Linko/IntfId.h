@@ -39,6 +39,12 @@ class IntfId {
   U32 value_ = 0;
 };
 
+// The type seed of every Mox::WatchedMap keyed by an interface, or by an interface first (whose
+// key hashes as its interface alone, like Qos::IntfPairKey): all of them iterate the interfaces
+// in one order, so a reader that joins one to another on the interface, visiting the first in
+// its order, finds each key of the second a little further on, not somewhere at random.
+inline constexpr U32 intfOrderSeed = 0x510e527f;
+
 }  // namespace Linko
 
 template <>

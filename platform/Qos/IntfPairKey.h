@@ -1,7 +1,9 @@
 // Qos::IntfPairKey: names one member of an interface in the QoS agent's per-interface status:
 // the interface, and the member port that carries it (a port channel has one per member; a
 // plain port is its own member). A plain value, ordered by interface, then member; prints as
-// "Port-Channel10/Ethernet1".
+// "Port-Channel10/Ethernet1". It hashes as its interface does, so that a map of them seeded
+// with Linko::intfOrderSeed keeps an interface's members together and the interfaces in the
+// order of every other map of interfaces.
 #pragma once
 
 #include <compare>
@@ -18,11 +20,10 @@ struct IntfPairKey {
   Linko::IntfId intfId;
   Linko::IntfId memberId;
 
-  // Both ids mixed, in field order, into a Mox::Hash seeded with `seed`.
+  // The interface's id mixed into a Mox::Hash seeded with `seed`; the member plays no part.
   U32 hash(U32 seed = 0) const noexcept {
     Mox::Hash h(seed);
-    h.mix(intfId.value());
-    h.mix(memberId.value());
+    h.mix(intfId.hash());
     return h.final();
   }
 

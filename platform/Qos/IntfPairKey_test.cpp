@@ -2,12 +2,15 @@
 #include "Qos/IntfPairKey.h"
 
 #include <optional>
+#include <vector>
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include "IntfSnmp/IfMib.h"
 #include "Qos/AclHwStatus.h"
 #include "Qos/IntfPolicerInfoStatus.h"
+#include "Qos/PolicingStatus.h"
 
 namespace {
 
@@ -27,12 +30,32 @@ TEST(IntfPairKeyTest, OrdersByInterfaceThenMember) {
   EXPECT_NE(key(2, 3), key(3, 2));
 }
 
-TEST(IntfPairKeyTest, HashMixesBothIdsInOrderUnderTheSeed) {
-  EXPECT_EQ(key(1, 2).hash(), key(1, 2).hash());
+TEST(IntfPairKeyTest, HashesAsItsInterfaceSoMapsOfBothIterateInterfacesInOneOrder) {
+  EXPECT_EQ(key(1, 2).hash(), key(1, 3).hash());
   EXPECT_NE(key(1, 2).hash(), key(2, 1).hash());
-  EXPECT_NE(key(1, 2).hash(), key(1, 3).hash());
   EXPECT_NE(key(1, 2).hash(7), key(1, 2).hash(8));
   EXPECT_EQ(key(1, 2).hash(), key(1, 2).hash(0));
+
+  // The policer status and the ifIndex map visit interfaces alike; an interface's members follow
+  // one another in member order.
+  Qos::PolicingStatus::IntfPolicerColl pairs;
+  IntfSnmp::IfMib::IfIndexByIntfIdColl ifIndexes;
+  for (Quill::U32 i = 1; i <= 200; ++i) {
+    ifIndexes.set(IntfId(i), i);
+    for (Quill::U32 m : {i + 1000, i}) {
+      pairs.set(key(i, m), nullptr);
+    }
+  }
+  std::vector<IntfPairKey> expected;
+  for (const auto& [intf, ifIndex] : ifIndexes) {
+    expected.push_back(key(intf.value(), intf.value()));
+    expected.push_back(key(intf.value(), intf.value() + 1000));
+  }
+  std::vector<IntfPairKey> visited;
+  for (const auto& [k, status] : pairs) {
+    visited.push_back(k);
+  }
+  EXPECT_EQ(visited, expected);
 }
 
 TEST(IntfPairKeyTest, PrintsInterfaceSlashMember) {

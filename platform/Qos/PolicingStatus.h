@@ -37,7 +37,7 @@ class PolicingStatus : public Mox::Entity {
       Mox::WatchedMap<InterfacePolicing::PolicerName,
                       Quill::Ptr<InterfacePolicing::PolicerInstance const>, 0x6a09e667>;
   using IntfPolicerColl =
-      Mox::WatchedMap<IntfPairKey, Quill::Ptr<IntfPolicerInfoStatus const>, 0x3c6ef372>;
+      Mox::WatchedMap<IntfPairKey, Quill::Ptr<IntfPolicerInfoStatus const>, Linko::intfOrderSeed>;
 
   explicit PolicingStatus(Quill::String name = "policingStatus") : Entity(std::move(name)) {}
 
