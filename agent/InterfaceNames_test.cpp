@@ -1,5 +1,8 @@
 #include "InterfaceNames.h"
 
+#include <optional>
+#include <string>
+
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
 
@@ -60,6 +63,37 @@ TEST_F(InterfaceNamesTest, InterfacesSwappingIfIndexesShareARowOnTheWay) {
   EXPECT_EQ(names.name(2), "Ethernet3");
   Del("Ethernet3");
   EXPECT_EQ(names.name(2), std::nullopt);
+}
+
+// Many changes between two reads: interfaces moving onto indexes between rows that stay, one
+// joining another's row, one leaving, and one interface moved again and again.
+TEST_F(InterfaceNamesTest, ManyChangesBetweenReadsLeaveTheRowsAsTheMapStands) {
+  constexpr Quill::U32 n = 3000;
+  Agent::InterfaceNames names(ifMib);
+  for (Quill::U32 i = 1; i <= n; i += 2) {
+    ifMib->ifIndexByIntfIdIs(IntfId::ethernet(i), 2 * i);
+  }
+  EXPECT_EQ(names.rows(), n / 2);
+  for (Quill::U32 i = 1; i <= n; ++i) {  // the odd ones move down one, the even ones join
+    ifMib->ifIndexByIntfIdIs(IntfId::ethernet(i), 2 * i - 1);
+  }
+  ifMib->ifIndexByIntfIdDel(IntfId::ethernet(7));
+  ifMib->ifIndexByIntfIdIs(IntfId::ethernet(9), 1);  // shares the row of Ethernet1
+  EXPECT_EQ(names.rows(), n - 2);  // Ethernet7 gone, Ethernet9 in the row of Ethernet1
+  for (Quill::U32 i = 1; i <= n; ++i) {
+    const std::optional<std::string> expected =
+        i == 7 || i == 9 ? std::nullopt : std::optional(IntfId::ethernet(i).name());
+    ASSERT_EQ(names.name(2 * i - 1), expected) << "ifIndex " << 2 * i - 1;
+    ASSERT_EQ(names.name(2 * i), std::nullopt) << "ifIndex " << 2 * i;
+  }
+  EXPECT_EQ(names.name(1), "Ethernet1");
+
+  for (Quill::U32 round = 0; round < 5000; ++round) {
+    ifMib->ifIndexByIntfIdIs(IntfId::ethernet(2), 100000 + round % 7);
+  }
+  EXPECT_EQ(names.name(3), std::nullopt);
+  EXPECT_EQ(names.name(100000 + 4999 % 7), "Ethernet2");
+  EXPECT_EQ(names.rows(), n - 2);
 }
 
 TEST_F(InterfaceNamesTest, StopsFollowingOnceDestroyed) {
