@@ -31,8 +31,8 @@ Quill::Ptr<IntfPolicerInfoStatusColl> LocalAttrStore::intfToPolicingStatsColl(
 
 Quill::Ptr<IntfPolicerInfoStatusColl> LocalAttrStore::intfToPolicingStatsCollIs(
     Linko::IntfId intfId) {
-  if (const Quill::Ptr<IntfPolicerInfoStatusColl>* coll = records_.find(intfId); coll && *coll) {
-    return *coll;
+  if (const Quill::Ptr<IntfPolicerInfoStatusColl>* coll = records_.find(intfId)) {
+    return *coll;  // a record always has its collection
   }
   Quill::Ptr<IntfPolicerInfoStatusColl> coll = IntfPolicerInfoStatusCollIs();
   records_.set(intfId, coll);
