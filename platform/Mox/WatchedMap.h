@@ -7,11 +7,12 @@
 // continue with resumeAt(bookmark) later, even if that key was deleted meanwhile.
 //
 // Iteration order is fixed by the keys alone: first by keyHash(k) (the key's hash seeded with
-// Mox::processHashSeed() xor TypeSeed, a constant per map type), then by K's operator<=>. So
-// "the next key after k" is defined for every k, present or not, and a resumed scan visits each
-// key still present after the bookmark exactly once. The order differs between runs (the seed
-// is per process) and carries no other meaning. Keys need hash(seed), hash() or std::hash, and
-// operator<=>.
+// Mox::processHashSeed() xor TypeSeed, a constant per map type, or shared by map types that are
+// meant to iterate alike, as the maps of interfaces share Linko::intfOrderSeed), then by K's
+// operator<=>. So "the next key after k" is defined for every k, present or not, and a resumed
+// scan visits each key still present after the bookmark exactly once. The order differs between
+// runs (the seed is per process) and carries no other meaning. Keys need hash(seed), hash() or
+// std::hash, and operator<=>.
 //
 // header() is the collection's 32-bit header word: bits 8..30 hold a 23-bit version that every
 // change increments (wrapping within 23 bits); the other bits are zero. A reader that records
