@@ -59,6 +59,14 @@ void* mapAligned(size_t size) {
   return reinterpret_cast<void*>(aligned);
 }
 
+bool hugePagesWanted() {
+  static const bool wanted = [] {
+    const char* tunables = std::getenv("GLIBC_TUNABLES");
+    return tunables && hugePagesAsked(tunables);
+  }();
+  return wanted;
+}
+
 }  // namespace
 
 bool hugePagesAsked(std::string_view tunables) noexcept {
@@ -73,16 +81,6 @@ bool hugePagesAsked(std::string_view tunables) noexcept {
   }
   return false;
 }
-
-namespace {
-bool hugePagesWanted() {
-  static const bool wanted = [] {
-    const char* tunables = std::getenv("GLIBC_TUNABLES");
-    return tunables && hugePagesAsked(tunables);
-  }();
-  return wanted;
-}
-}  // namespace
 
 SlabPool::~SlabPool() {
   while (all_) {
